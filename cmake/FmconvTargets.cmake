@@ -1,0 +1,21 @@
+# Compile settings shared by every target of the project: strict warnings
+# (errors in our own code) and, when asked for, the sanitizers.
+
+set(FMCONV_WARNINGS -Wall -Wextra -Wpedantic -Wshadow -Wnon-virtual-dtor
+    -Wold-style-cast -Woverloaded-virtual -Wimplicit-fallthrough -Werror)
+
+if(FMCONV_SANITIZE)
+  add_compile_options(-fsanitize=address,undefined -fno-omit-frame-pointer
+                      -fno-sanitize-recover=all)
+  add_link_options(-fsanitize=address,undefined)
+endif()
+
+function(fmconv_defaults target)
+  target_compile_options(${target} PRIVATE ${FMCONV_WARNINGS})
+  target_include_directories(${target} PUBLIC ${PROJECT_SOURCE_DIR}/src)
+endfunction()
+
+function(fmconv_library name)
+  add_library(${name} STATIC ${ARGN})
+  fmconv_defaults(${name})
+endfunction()

@@ -1,0 +1,31 @@
+// fmconv: the command line of the frame-memory converter.
+#include <iostream>
+#include <string>
+#include <vector>
+
+#include "cli/demo.h"
+
+namespace {
+
+constexpr char kUsage[] =
+    "usage: fmconv demo [FOLDER]      write sample frames into FOLDER (default demo-out)\n"
+    "       fmconv --help\n";
+
+}  // namespace
+
+int main(int argc, char** argv) {
+    const std::vector<std::string> args(argv + 1, argv + argc);
+    if (args.empty() || args[0] == "--help" || args[0] == "-h") {
+        (args.empty() ? std::cerr : std::cout) << kUsage;
+        return args.empty() ? 2 : 0;
+    }
+    if (args[0] == "demo") {
+        if (args.size() > 2) {
+            std::cerr << "fmconv demo: too many arguments\n" << kUsage;
+            return 2;
+        }
+        return fmconv::cli::RunDemo(args.size() == 2 ? args[1] : "demo-out", std::cout, std::cerr);
+    }
+    std::cerr << "fmconv: unknown command '" << args[0] << "'\n" << kUsage;
+    return 2;
+}

@@ -1,0 +1,39 @@
+#include "platform/files.h"
+
+#include <algorithm>
+#include <filesystem>
+
+#include "base/text.h"
+
+namespace fmconv::platform {
+
+namespace fs = std::filesystem;
+
+std::vector<std::string> ListDirectory(const std::string& folder, std::string_view extension) {
+    std::vector<std::string> names;
+    std::error_code error;
+    fs::directory_iterator it(folder.empty() ? fs::path(".") : fs::path(folder), error);
+    if (error) return names;
+    for (const fs::directory_iterator end; it != end; it.increment(error)) {
+        if (error) break;
+        std::string name = it->path().filename().string();
+        if (name.find('.') == std::string::npos) continue;
+        if (EqualsIgnoreCase(ExtensionOf(name), extension)) names.push_back(std::move(name));
+    }
+    std::sort(names.begin(), names.end());
+    return names;
+}
+
+bool CopyWholeFile(const std::string& source, const std::string& target) {
+    std::error_code error;
+    if (!fs::is_regular_file(source, error)) return false;
+    return fs::copy_file(source, target, fs::copy_options::overwrite_existing, error) && !error;
+}
+
+std::string CurrentDirectory() {
+    std::error_code error;
+    fs::path current = fs::current_path(error);
+    return error ? std::string() : current.string();
+}
+
+}  // namespace fmconv::platform

@@ -1,0 +1,26 @@
+// File services that the converter takes from its operating system:
+// directory enumeration by extension, whole-file copy and the current
+// directory.
+#pragma once
+
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace fmconv::platform {
+
+// The entries of folder whose text after the last "." equals extension,
+// ASCII letters compared ignoring case (so "*.tif" never picks up x.tiff).
+// Folders whose names match are listed too. Names only, no folder, ordered
+// by their bytes so that runs repeat exactly; an unreadable or missing folder
+// gives an empty list.
+std::vector<std::string> ListDirectory(const std::string& folder, std::string_view extension);
+
+// Copies the whole file from source to target, replacing an existing target
+// without asking. False when the copy could not be made.
+bool CopyWholeFile(const std::string& source, const std::string& target);
+
+// The process's current directory; empty when it cannot be read.
+std::string CurrentDirectory();
+
+}  // namespace fmconv::platform

@@ -1,0 +1,69 @@
+#include "fmfiles/register_file.h"
+
+#include <gtest/gtest.h>
+
+#include <cstring>
+
+#include "support/temp_dir.h"
+
+namespace fmconv {
+namespace {
+
+using testing::TempDir;
+
+TEST(RegisterTrailer, LayoutOfABuiltTrailer) {
+    const RegisterTrailer t = BuildRegisterTrailer("MLOGO.FMEM_001.SFM");
+    for (std::size_t i = 0; i < 256; ++i) ASSERT_EQ(t[i], 0) << i;
+    EXPECT_EQ(std::memcmp(&t[256], "SFM1\0\0\0\0MLOGO.FMEM_001.SFM", 26), 0);
+    for (std::size_t i = 264 + 18; i < 300; ++i) ASSERT_EQ(t[i], 0) << i;
+    EXPECT_EQ(std::memcmp(&t[300], "VVVV", 4), 0);
+    EXPECT_TRUE(IsValidRegisterTrailer(t));
+    EXPECT_EQ(TrailerInnerName(t), "MLOGO.FMEM_001.SFM");
+}
+
+TEST(RegisterTrailer, ANameOf32OrMoreCharactersFillsTheFieldWithoutTerminator) {
+    const std::string name32 = "ABCDEFGHIJKLMNOPQRSTUVWXYZ012345";
+    const RegisterTrailer t = BuildRegisterTrailer(name32 + "6789");
+    EXPECT_EQ(std::memcmp(&t[264], name32.data(), 32), 0);
+    EXPECT_EQ(t[296], 0);
+    EXPECT_EQ(TrailerInnerName(t), name32);
+}
+
+TEST(RegisterTrailer, ValidityNeedsBothMarkers) {
+    RegisterTrailer t = BuildRegisterTrailer("X");
+    t[256] = 's';
+    EXPECT_FALSE(IsValidRegisterTrailer(t));
+    t = BuildRegisterTrailer("X");
+    t[303] = 'W';
+    EXPECT_FALSE(IsValidRegisterTrailer(t));
+    EXPECT_EQ(TrailerInnerName(t), "X");  // the name reads all the same
+}
+
+TEST(RegisterTrailer, ReadTakesTheLast304BytesOfTheFile) {
+    TempDir dir;
+    std::vector<uint8_t> file(1000, 0xAB);
+    const RegisterTrailer t = BuildRegisterTrailer("SABC.FMEM_002.SFA");
+    file.insert(file.end(), t.begin(), t.end());
+    testing::WriteBytes(dir.File("F0001.SF3"), file);
+
+    for (TrailerOpenMode mode : {TrailerOpenMode::kRead, TrailerOpenMode::kReadWrite}) {
+        const TrailerRead read = ReadRegisterTrailer(dir.File("F0001.SF3"), mode);
+        EXPECT_EQ(read.status, TrailerReadStatus::kOk);
+        EXPECT_EQ(read.trailer, t);
+    }
+}
+
+TEST(RegisterTrailer, ReadReportsMissingAndShortFiles) {
+    TempDir dir;
+    testing::WriteBytes(dir.File("short.SF1"), std::vector<uint8_t>(303, 1));
+    dir.MakeDir("folder.SF1");
+    EXPECT_EQ(ReadRegisterTrailer(dir.File("short.SF1"), TrailerOpenMode::kReadWrite).status,
+              TrailerReadStatus::kShort);
+    EXPECT_EQ(ReadRegisterTrailer(dir.File("missing.SF1"), TrailerOpenMode::kRead).status,
+              TrailerReadStatus::kOpenFailed);
+    EXPECT_EQ(ReadRegisterTrailer(dir.File("folder.SF1"), TrailerOpenMode::kReadWrite).status,
+              TrailerReadStatus::kOpenFailed);
+}
+
+}  // namespace
+}  // namespace fmconv

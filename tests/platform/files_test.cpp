@@ -1,0 +1,45 @@
+#include "platform/files.h"
+
+#include <gtest/gtest.h>
+
+#include <filesystem>
+
+#include "support/temp_dir.h"
+
+namespace fmconv::platform {
+namespace {
+
+using fmconv::testing::TempDir;
+using fmconv::testing::WriteText;
+
+TEST(ListDirectory, MatchesTheTextAfterTheLastDotIgnoringCase) {
+    TempDir dir;
+    for (const char* name : {"a.TIF", "b.tiff", "c.Bmp", "d.tif.bak", "e.tga", "tif", "f.TIF "}) {
+        WriteText(dir.File(name), "x");
+    }
+    dir.MakeDir("folder.tif");  // folders are not excluded
+
+    EXPECT_EQ(ListDirectory(dir.path(), "tif"), (std::vector<std::string>{"a.TIF", "folder.tif"}));
+    EXPECT_EQ(ListDirectory(dir.path(), "tiff"), (std::vector<std::string>{"b.tiff"}));
+    EXPECT_EQ(ListDirectory(dir.path(), "bmp"), (std::vector<std::string>{"c.Bmp"}));
+    EXPECT_TRUE(ListDirectory(dir.File("missing"), "tif").empty());
+}
+
+TEST(CopyWholeFile, ReplacesAnExistingTargetAndFailsOnAMissingSource) {
+    TempDir dir;
+    WriteText(dir.File("src"), "new contents");
+    WriteText(dir.File("dst"), "old and longer contents");
+    ASSERT_TRUE(CopyWholeFile(dir.File("src"), dir.File("dst")));
+    EXPECT_EQ(fmconv::testing::ReadBytes(dir.File("dst")).size(), 12u);
+
+    EXPECT_FALSE(CopyWholeFile(dir.File("missing"), dir.File("other")));
+    EXPECT_FALSE(fmconv::testing::FileExists(dir.File("other")));
+    EXPECT_FALSE(CopyWholeFile(dir.File("src"), dir.File("no/such/folder/x")));
+}
+
+TEST(CurrentDirectory, IsTheProcessWorkingDirectory) {
+    EXPECT_EQ(CurrentDirectory(), std::filesystem::current_path().string());
+}
+
+}  // namespace
+}  // namespace fmconv::platform
