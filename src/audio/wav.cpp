@@ -1,0 +1,1 @@
+// WAV input and output (being written).

@@ -1,0 +1,1 @@
+// Picture-to-frame conversion (being written).
