@@ -1,0 +1,51 @@
+// What the BMP, TGA and TIFF readers have in common: each reads its header
+// from a ByteSource, describes the picture, and then hands out pixels in file
+// order. The conversion asks only for the pixels that land in the frame and
+// moves forward over the rest, so a reader never walks a declared size that
+// the file does not hold.
+#pragma once
+
+#include <cstdint>
+#include <string_view>
+
+#include "image/byte_source.h"
+
+namespace fmconv {
+
+struct Pixel {
+    uint8_t r = 0, g = 0, b = 0, a = 0;
+};
+
+struct PictureInfo {
+    uint32_t width = 0;
+    uint32_t height = 0;
+    unsigned bytesPerPixel = 0;  // 3, or 4 with an alpha channel
+    bool firstRowIsTop = true;   // false: file row r is picture line height - 1 - r
+};
+
+// A byte as the readers take it: the end-of-file value becomes 0xFF.
+inline uint8_t AsPixelByte(int value) {
+    return static_cast<uint8_t>(value);
+}
+
+class PictureReader {
+  public:
+    virtual ~PictureReader() = default;
+
+    // Reads and checks the header. Empty when the picture is an accepted
+    // variant; otherwise why it is not (the converters answer -3).
+    virtual std::string_view ReadHeader() = 0;
+    const PictureInfo& info() const { return info_; }
+    // Starts a pass over the pixel data from its first pixel.
+    virtual void StartPixels() = 0;
+    // Moves forward to pixel `column` of file row `row`. Positions asked for
+    // within one pass never go backwards.
+    virtual void MoveTo(uint64_t row, uint64_t column) = 0;
+    // The pixel at the current position; the position moves to the next one.
+    virtual Pixel Next() = 0;
+
+  protected:
+    PictureInfo info_;
+};
+
+}  // namespace fmconv
