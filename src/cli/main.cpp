@@ -4,11 +4,13 @@
 #include <vector>
 
 #include "cli/demo.h"
+#include "cli/ui_command.h"
 
 namespace {
 
 constexpr char kUsage[] =
     "usage: fmconv demo [FOLDER]      write sample frames into FOLDER (default demo-out)\n"
+    "       fmconv ui [--script FILE] [--real-space-check]\n"
     "       fmconv --help\n";
 
 }  // namespace
@@ -26,6 +28,7 @@ int main(int argc, char** argv) {
         }
         return fmconv::cli::RunDemo(args.size() == 2 ? args[1] : "demo-out", std::cout, std::cerr);
     }
+    if (args[0] == "ui") return fmconv::cli::UiMain(argc - 2, argv + 2);
     std::cerr << "fmconv: unknown command '" << args[0] << "'\n" << kUsage;
     return 2;
 }
