@@ -14,6 +14,7 @@ namespace fmconv {
 
 struct Pixel {
     uint8_t r = 0, g = 0, b = 0, a = 0;
+    bool operator==(const Pixel&) const = default;
 };
 
 struct PictureInfo {
