@@ -1,0 +1,10 @@
+// Fuzzes the BMP reader and the placement of what it reads.
+#include "fuzz_picture_common.h"
+#include "image/bmp.h"
+
+extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
+    using namespace fmconv;
+
+    return fuzz::FuzzPicture(
+        data, size, [](ByteSource& source) { return std::make_unique<BmpReader>(source); });
+}

@@ -1,0 +1,11 @@
+// Fuzzes the TGA reader and the placement of what it reads.
+#include "fuzz_picture_common.h"
+#include "image/tga.h"
+
+extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
+    using namespace fmconv;
+    static const TraceSink kNoTrace;
+    return fuzz::FuzzPicture(data, size, [](ByteSource& source) {
+        return std::make_unique<TgaReader>(source, kNoTrace);
+    });
+}
