@@ -1,0 +1,310 @@
+#include "audio/sfa_file.h"
+
+#include <sys/types.h>
+
+#include <algorithm>
+#include <cstdio>
+#include <cstring>
+#include <vector>
+
+#include "audio/anc_packets.h"
+#include "audio/packed_words.h"
+#include "audio/signal_format.h"
+#include "audio/stored_raster.h"
+#include "base/bytes.h"
+#include "base/file_io.h"
+#include "base/text.h"
+#include "fmfiles/register_file.h"
+#include "run/disk_space.h"
+#include "run/naming.h"
+
+namespace fmconv {
+
+namespace {
+
+constexpr std::size_t kHeaderSize = 64;
+constexpr uint16_t kLumaBlank = 0x040;
+constexpr uint16_t kChromaBlank = 0x200;
+// A standard-definition SFM line starts with 60 zero bytes; its fields are
+// three lines (2880 bytes) apart.
+constexpr std::size_t kSdLeadInBytes = 60;
+constexpr std::size_t kSdFieldGapBytes = 2880;
+// The trailer and the last 48 picture bytes of an SF1 source, which the
+// frame builder never needs.
+constexpr uint64_t kSf1UnreadTail = 352;
+
+uint8_t ByteOr0(std::span<const uint8_t> bytes, std::size_t index) {
+    return index < bytes.size() ? bytes[index] : 0;
+}
+
+void CopyHeaderBytes(uint8_t* dest, std::span<const uint8_t> source, std::size_t from,
+                     std::size_t count) {
+    for (std::size_t i = from; i < from + count; ++i) dest[i] = ByteOr0(source, i);
+}
+
+// Adds eight bytes to eight bytes lane by lane, modulo 256 each: the top
+// bits are added apart so that no carry crosses into the next byte.
+uint64_t AddByteLanes(uint64_t a, uint64_t b) {
+    constexpr uint64_t kLow7 = 0x7F7F7F7F7F7F7F7FULL;
+    constexpr uint64_t kTop = 0x8080808080808080ULL;
+    return ((a & kLow7) + (b & kLow7)) ^ ((a ^ b) & kTop);
+}
+
+}  // namespace
+
+bool IsEmbeddedAudioMark(uint8_t byte48) {
+    return byte48 == 0x80 || byte48 == 0x81 || byte48 == 0x8F;
+}
+
+void PutFrameNameField(uint8_t* field12, std::string_view name) {
+    constexpr std::size_t kFirst = 10;
+    for (std::size_t i = 0; i < 12; ++i) {
+        field12[i] = kFirst + i < name.size() ? static_cast<uint8_t>(name[kFirst + i]) : 0;
+    }
+}
+
+void SfaChecksum(uint8_t* at36, std::size_t payloadSize) {
+    const uint8_t* bytes = at36 + 12;
+    const std::size_t count = payloadSize + 16;
+    // Eight bytes at a time: byte j of each chunk belongs to lane j mod 4.
+    uint64_t lanes8 = 0;
+    std::size_t i = 0;
+    for (; i + 8 <= count; i += 8) {
+        uint64_t chunk;
+        std::memcpy(&chunk, bytes + i, 8);
+        lanes8 = AddByteLanes(lanes8, chunk);
+    }
+    uint8_t lanes[8];
+    std::memcpy(lanes, &lanes8, 8);
+    uint8_t sum[4];
+    for (int k = 0; k < 4; ++k) sum[k] = static_cast<uint8_t>(lanes[k] + lanes[k + 4]);
+    for (; i < count; ++i) sum[i % 4] = static_cast<uint8_t>(sum[i % 4] + bytes[i]);
+    std::memcpy(at36, sum, 4);
+}
+
+int BuildSfaFrame(std::span<const uint8_t> source, std::span<uint8_t> dest, std::string_view name,
+                  AudioChannelSet& set, const ConversionContext& ctx) {
+    const uint32_t code = ctx.signalFormat;
+    SignalTiming timing;
+    if (GetSignalTiming(code, timing, ctx.trace) != 0) {
+        Trace(ctx.trace, kFileConvertError);
+        return -1;
+    }
+    const StoredRaster raster = MakeStoredRaster(timing);
+    const std::size_t plane = raster.planeBytes;
+    if (dest.size() < kHeaderSize + 2 * plane) {
+        Trace(ctx.trace, kFileConvertError);
+        return -1;
+    }
+
+    uint8_t* header = dest.data();
+    std::memset(header, 0, kHeaderSize);
+    CopyHeaderBytes(header, source, 0, 8);
+    PutFrameNameField(header + 8, name);
+    CopyHeaderBytes(header, source, 20, 16);
+    WriteBe32(header + 40, static_cast<uint32_t>(2 * plane + 16));
+    header[44] = kSfaHeaderByte44;
+    CopyHeaderBytes(header, source, 45, 7);  // 45-47, then 48-51: the mark and the code
+    WriteBe32(header + 52, static_cast<uint32_t>(plane));
+    WriteBe32(header + 56, static_cast<uint32_t>(plane));
+    CopyHeaderBytes(header, source, 60, 4);
+
+    const std::span<uint8_t> payload = dest.subspan(kHeaderSize, 2 * plane);
+    const bool sd = IsStandardDefinition(code);
+    const std::size_t activeBytes = std::size_t{timing.activeSamples} * 10 / 8;
+    const std::size_t leadIn = sd ? kSdLeadInBytes : 0;
+    const uint16_t firstActive[2] = {timing.blankLinesBeforeField1, timing.blankLinesBeforeField2};
+    const uint16_t activeLines[2] = {timing.activeLinesField1, timing.activeLinesField2};
+    const uint16_t padBytes[2] = {timing.padBytesAfterField1, timing.padBytesAfterField2};
+    std::size_t from = kHeaderSize;  // the picture follows the source's header
+    for (int p = 0; p < 2; ++p) {
+        const std::span<uint8_t> planeBytes = payload.subspan(p * plane, plane);
+        const uint16_t blank = p == 0 ? kLumaBlank : kChromaBlank;
+        // Blanking first: each region's lines are one word stream from the
+        // region's first byte (so every line's words), the half byte after a
+        // region whose lines end mid-byte continuing it; the pad bytes are
+        // words again from their own first byte.
+        for (int region = 0; region < 2; ++region) {
+            const std::size_t lineBytes =
+                static_cast<std::size_t>((raster.regionLines[region] * raster.lineBits + 7) / 8);
+            FillWordPattern(planeBytes, raster.regionStart[region], lineBytes, blank);
+            FillWordPattern(planeBytes, raster.regionStart[region] + lineBytes, padBytes[region],
+                            blank);
+        }
+        // The picture: each active line's words after its horizontal
+        // blanking, at their exact bits (shifted by four when the line starts
+        // mid-byte).
+        for (int region = 0; region < 2; ++region) {
+            for (uint32_t line = 0; line < activeLines[region]; ++line) {
+                from += leadIn;
+                const uint64_t at = raster.LineBit(region, firstActive[region] + line) +
+                                    uint64_t{timing.hblankSamples} * 10;
+                CopyBits(planeBytes, at, source, uint64_t{from} * 8,
+                         uint64_t{timing.activeSamples} * 10);
+                from += activeBytes;
+            }
+            if (region == 0 && sd) from += kSdFieldGapBytes;
+        }
+        // The SFM plane ends with one more line, except in 576i.
+        if (code != kSignal576i50) from += leadIn + activeBytes;
+    }
+
+    EmbedAudioInFrame(set, timing, payload);
+    SfaChecksum(header + 36, payload.size());
+    return 0;
+}
+
+std::string SfaNameFromSfm(std::string_view sfmName) {
+    return std::string(StemOf(StripTempSuffix(sfmName))) + ".SFA";
+}
+
+std::string SfaNameFromInnerName(std::string_view innerName) {
+    return std::string(StemOf(innerName)) + ".SFA";
+}
+
+std::string Sf3NameFromSfaName(std::string_view sfaName) {
+    const std::string_view stem = StemOf(sfaName);
+    const std::string_view last4 = LastChars(stem, 4);
+    if (last4.empty() || last4[0] != '_') return "F" + std::string(last4) + ".SF3";
+    return "F0" + std::string(LastChars(stem, 3)) + ".SF3";
+}
+
+std::string Sf3NameFromSf1Name(std::string_view sf1Name) {
+    return std::string(StemOf(sf1Name)) + ".SF3";
+}
+
+namespace {
+
+enum class SourceKind { kSfm, kSf1 };
+enum class DestKind { kSfa, kSf3 };
+
+uint64_t OpenFileLength(std::FILE* file) {
+    if (fseeko(file, 0, SEEK_END) != 0) return 0;
+    const off_t end = ftello(file);
+    return end > 0 ? static_cast<uint64_t>(end) : 0;
+}
+
+// Up to `count` bytes from `offset`; fewer when the file ends sooner.
+std::vector<uint8_t> ReadAt(std::FILE* file, uint64_t offset, std::size_t count) {
+    std::vector<uint8_t> bytes(count);
+    std::size_t got = 0;
+    if (count > 0 && fseeko(file, static_cast<off_t>(offset), SEEK_SET) == 0) {
+        got = std::fread(bytes.data(), 1, count, file);
+    }
+    bytes.resize(got);
+    return bytes;
+}
+
+std::string WriteSfa(SourceKind from, DestKind to, const std::string& sourceDir,
+                     const std::string& sourceName, const std::string& destDir,
+                     AudioChannelSet& set, std::optional<uint32_t> chosenFormat,
+                     ConversionContext& ctx) {
+    FilePtr source = OpenFile(JoinPath(sourceDir, sourceName), "rb");
+    if (!source) return "";
+    const uint64_t length = OpenFileLength(source.get());
+
+    // An SF1 source names its frame in its trailer. A file shorter than a
+    // trailer gives what it has, the rest zero.
+    RegisterTrailer sourceTrailer{};
+    std::string innerName;
+    if (from == SourceKind::kSf1) {
+        const std::vector<uint8_t> tail =
+            ReadAt(source.get(), length >= kRegisterTrailerSize ? length - kRegisterTrailerSize : 0,
+                   kRegisterTrailerSize);
+        std::copy(tail.begin(), tail.end(), sourceTrailer.begin());
+        innerName = TrailerInnerName(sourceTrailer);
+    }
+
+    const std::string sfaName =
+        from == SourceKind::kSfm ? SfaNameFromSfm(sourceName) : SfaNameFromInnerName(innerName);
+    const std::string sf3Name =
+        from == SourceKind::kSfm ? Sf3NameFromSfaName(sfaName) : Sf3NameFromSf1Name(sourceName);
+    const std::string& frameName = from == SourceKind::kSfm ? sfaName : sourceName;
+
+    FilePtr dest = OpenFile(JoinPath(destDir, to == DestKind::kSfa ? sfaName : sf3Name), "wb");
+    if (!dest) return "";
+
+    // The SFM bytes: up to 8 MiB of an SFM file; of an SF1 file all but its
+    // trailer and the last 48 picture bytes. Whatever is missing reads as
+    // zero when the frame is built.
+    uint64_t wanted = kSfaSourceLimit;
+    if (from == SourceKind::kSf1) wanted = length >= kSf1UnreadTail ? length - kSf1UnreadTail : 0;
+    wanted = std::min({wanted, length, uint64_t{kSfaSourceLimit}});
+    std::vector<uint8_t> sfm = ReadAt(source.get(), 0, static_cast<std::size_t>(wanted));
+    const std::vector<uint8_t> sourceHeader = ReadAt(source.get(), 0, kHeaderSize);
+    source.reset();
+    // Kept for what a later reader may want; nothing reads it.
+    ctx.embeddedAudioFlag = sourceHeader.size() > 48 && IsEmbeddedAudioMark(sourceHeader[48]);
+
+    if (chosenFormat) ctx.signalFormat = *chosenFormat;
+    const uint32_t code = ctx.signalFormat;
+    const uint32_t payload = GetFrameByteSize(code, kFrameKindSfa);
+    if (payload == 0) return "";
+
+    const std::size_t frameSize = kHeaderSize + payload;
+    std::vector<uint8_t> file(frameSize + (to == DestKind::kSf3 ? kRegisterTrailerSize : 0));
+    if (sfm.size() < kHeaderSize) sfm.resize(kHeaderSize, 0);
+    sfm[48] = kSfaHeaderMark;
+    sfm[49] = static_cast<uint8_t>(code);
+    if (BuildSfaFrame(sfm, std::span<uint8_t>(file).first(frameSize), frameName, set, ctx) != 0) {
+        return "";
+    }
+
+    const int64_t freeBytes = ctx.freeSpace ? ctx.freeSpace->FreeBytes(destDir) : -1;
+    switch (TestSpace(static_cast<int64_t>(frameSize), freeBytes)) {
+        case SpaceVerdict::kUnknown:
+            return "";
+        case SpaceVerdict::kInsufficient:
+            return kHddMemoryNotSufficient;
+        case SpaceVerdict::kProceed:
+            break;
+    }
+
+    if (to == DestKind::kSf3) {
+        // The trailer names the SFA; an SF1 source's own trailer lends its
+        // other bytes.
+        RegisterTrailer trailer = BuildRegisterTrailer(sfaName);
+        if (from == SourceKind::kSf1) {
+            std::copy_n(sourceTrailer.begin(), kTrailerMarkerOffset, trailer.begin());
+            std::copy_n(sourceTrailer.begin() + 260, 4, trailer.begin() + 260);
+            std::copy_n(sourceTrailer.begin() + 296, 4, trailer.begin() + 296);
+        }
+        std::copy(trailer.begin(), trailer.end(),
+                  file.begin() + static_cast<std::ptrdiff_t>(frameSize));
+    }
+    const bool written = std::fwrite(file.data(), 1, file.size(), dest.get()) == file.size();
+    if (std::fclose(dest.release()) != 0 || !written) return "";
+    return to == DestKind::kSfa ? sfaName : RegisterListItem(sf3Name, sfaName);
+}
+
+}  // namespace
+
+std::string WriteSfaFromSfm(const std::string& sourceDir, const std::string& sourceName,
+                            const std::string& destDir, AudioChannelSet& set,
+                            std::optional<uint32_t> chosenFormat, ConversionContext& ctx) {
+    return WriteSfa(SourceKind::kSfm, DestKind::kSfa, sourceDir, sourceName, destDir, set,
+                    chosenFormat, ctx);
+}
+
+std::string WriteSf3FromSfm(const std::string& sourceDir, const std::string& sourceName,
+                            const std::string& destDir, AudioChannelSet& set,
+                            std::optional<uint32_t> chosenFormat, ConversionContext& ctx) {
+    return WriteSfa(SourceKind::kSfm, DestKind::kSf3, sourceDir, sourceName, destDir, set,
+                    chosenFormat, ctx);
+}
+
+std::string WriteSfaFromSf1(const std::string& sourceDir, const std::string& sourceName,
+                            const std::string& destDir, AudioChannelSet& set,
+                            std::optional<uint32_t> chosenFormat, ConversionContext& ctx) {
+    return WriteSfa(SourceKind::kSf1, DestKind::kSfa, sourceDir, sourceName, destDir, set,
+                    chosenFormat, ctx);
+}
+
+std::string WriteSf3FromSf1(const std::string& sourceDir, const std::string& sourceName,
+                            const std::string& destDir, AudioChannelSet& set,
+                            std::optional<uint32_t> chosenFormat, ConversionContext& ctx) {
+    return WriteSfa(SourceKind::kSf1, DestKind::kSf3, sourceDir, sourceName, destDir, set,
+                    chosenFormat, ctx);
+}
+
+}  // namespace fmconv

@@ -1,0 +1,31 @@
+// WAV input and output: up to 16 channels read from 48 kHz PCM WAV files into
+// the audio working set, and one mono 24-bit WAV file written per channel.
+#pragma once
+
+#include <string>
+
+#include "audio/audio_channel_set.h"
+
+namespace fmconv {
+
+inline constexpr char kWavOk[] = "OK.";
+inline constexpr char kWavReadError[] = "Error reading .WAV file.";
+inline constexpr char kWavUnrecognized[] = "Cannot recognize audio file format.";
+inline constexpr char kWavTooManyChannels[] = "Too many .WAV file channels.";
+inline constexpr char kWavRateNotSupported[] = "Audio file sample rate not supported.";
+inline constexpr char kWavDepthNotSupported[] = "Audio file bit depth not supported.";
+
+// Reads the files named in set.wavPath, from the first slot up to the first
+// empty one, assigning their channels to embedded channels 1 to 16 in file
+// order. Samples become 24-bit, most significant byte first; every channel of
+// a used group is padded with silence to the longest input. Returns "OK." or
+// the message of the first failure (buffers filled so far stay in the set).
+std::string ReadWavFiles(AudioChannelSet& set);
+
+// Writes one mono 48 kHz 24-bit file per channel of every present group into
+// directory, named "Channel_01.wav" onward. Each holds set.sampleCount
+// samples taken from the channel buffer as it stands; a buffer shorter than
+// that is completed with silence.
+void WriteChannelWavFiles(const std::string& directory, const AudioChannelSet& set);
+
+}  // namespace fmconv
