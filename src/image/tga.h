@@ -4,6 +4,7 @@
 #pragma once
 
 #include <array>
+#include <utility>
 
 #include "base/trace.h"
 #include "image/picture_reader.h"
@@ -33,7 +34,7 @@ class TgaRleReader {
 
 class TgaReader final : public PictureReader {
   public:
-    TgaReader(ByteSource& source, const TraceSink& trace) : source_(source), trace_(trace) {}
+    TgaReader(ByteSource& source, TraceSink trace) : source_(source), trace_(std::move(trace)) {}
 
     std::string_view ReadHeader() override;
     void StartPixels() override;
@@ -42,7 +43,7 @@ class TgaReader final : public PictureReader {
 
   private:
     ByteSource& source_;
-    const TraceSink& trace_;
+    TraceSink trace_;
     bool runLength_ = false;
     uint64_t pixelDataOffset_ = 0;
     uint64_t pixelIndex_ = 0;  // run-length data: pixels handed out or skipped
