@@ -1,0 +1,115 @@
+#include "fmfiles/extracting_conversions.h"
+
+#include <cstring>
+#include <optional>
+
+#include "audio/sfa_file.h"
+#include "audio/sfa_to_sfm.h"
+#include "audio/signal_format.h"
+#include "base/file_io.h"
+#include "base/text.h"
+#include "fmfiles/containers.h"
+#include "fmfiles/register_file.h"
+#include "run/disk_space.h"
+#include "run/naming.h"
+
+namespace fmconv {
+
+namespace {
+
+enum class Source { kSfa, kSf3 };
+enum class Output { kSfm, kSf1 };
+
+// "F0" + the last three characters of the stem when its fourth-last is "_",
+// else "F" + its last four; then ".SF1".
+std::string Sf1NameFromStem(std::string_view stem) {
+    if (stem.size() >= 4 && stem[stem.size() - 4] == '_') {
+        return "F0" + std::string(LastChars(stem, 3)) + ".SF1";
+    }
+    return "F" + std::string(LastChars(stem, 4)) + ".SF1";
+}
+
+std::string Convert(const std::string& sourceDir, const std::string& sourceName,
+                    const std::string& destDir, AudioChannelSet& set, ConversionContext& ctx,
+                    Source source, Output output) {
+    const std::string sourcePath = JoinPath(sourceDir, sourceName);
+    // The frame's own name: the SFA file's, or the one in the SF3 trailer.
+    std::string frameName = sourceName;
+    if (source == Source::kSf3) {
+        const TrailerRead read = ReadRegisterTrailer(sourcePath, TrailerOpenMode::kRead);
+        if (read.status == TrailerReadStatus::kOpenFailed) return {};
+        frameName = TrailerInnerName(read.trailer);
+    }
+    const std::string sfmName = std::string(StemOf(frameName)) + ".SFM";
+    std::string outputName;
+    if (output == Output::kSfm) {
+        outputName = sfmName;
+    } else {
+        outputName = source == Source::kSfa ? Sf1NameFromStem(StemOf(sourceName))
+                                            : std::string(StemOf(sourceName)) + ".SF1";
+    }
+    if (IsUnsafeFileName(outputName)) return {};
+
+    FilePtr in = OpenFile(sourcePath, "rb");
+    if (!in) return {};
+    FilePtr out = OpenFile(JoinPath(destDir, outputName), "w+b");
+    if (!out) return {};
+
+    std::vector<uint8_t> sfa(kSfaSourceLimit);
+    sfa.resize(std::fread(sfa.data(), 1, sfa.size(), in.get()));
+    in.reset();
+    if (sfa.size() < 64) sfa.resize(64, 0);  // a short file reads as zeros
+
+    ctx.embeddedAudioFlag = IsEmbeddedAudioMark(sfa[48]);
+    if (IsStoredSignalFormat(sfa[49])) ctx.signalFormat = sfa[49];
+    const uint32_t frameSize = GetFrameByteSize(ctx.signalFormat, kFrameKindSfm);
+    if (frameSize == 0) return {};
+
+    std::vector<uint8_t> sfm(std::size_t{frameSize} + 64, 0);
+    std::memcpy(sfm.data(), sfa.data(), 48);
+    // The name whose characters from the 11th on go into header bytes 8-19:
+    // the SFM frame's own name.
+    if (BuildSfmFromSfa(sfa, sfm, sfmName, set, ctx) != 0) return {};
+
+    switch (TestSpace(static_cast<int64_t>(sfm.size()), ctx.freeSpace->FreeBytes(destDir))) {
+        case SpaceVerdict::kUnknown:
+            return {};
+        case SpaceVerdict::kInsufficient:
+            return kHddMemoryNotSufficient;
+        case SpaceVerdict::kProceed:
+            break;
+    }
+    std::fwrite(sfm.data(), 1, sfm.size(), out.get());
+    if (output == Output::kSfm) return outputName;
+    const RegisterTrailer trailer = BuildRegisterTrailer(sfmName);
+    std::fwrite(trailer.data(), 1, trailer.size(), out.get());
+    return RegisterListItem(outputName, sfmName);
+}
+
+}  // namespace
+
+std::string ConvertSfaToSfm(const std::string& sourceDir, const std::string& sourceName,
+                            const std::string& destDir, AudioChannelSet& set,
+                            ConversionContext& ctx) {
+    return Convert(sourceDir, sourceName, destDir, set, ctx, Source::kSfa, Output::kSfm);
+}
+
+std::string ConvertSfaToSf1(const std::string& sourceDir, const std::string& sourceName,
+                            const std::string& destDir, AudioChannelSet& set,
+                            ConversionContext& ctx) {
+    return Convert(sourceDir, sourceName, destDir, set, ctx, Source::kSfa, Output::kSf1);
+}
+
+std::string ConvertSf3ToSfm(const std::string& sourceDir, const std::string& sourceName,
+                            const std::string& destDir, AudioChannelSet& set,
+                            ConversionContext& ctx) {
+    return Convert(sourceDir, sourceName, destDir, set, ctx, Source::kSf3, Output::kSfm);
+}
+
+std::string ConvertSf3ToSf1(const std::string& sourceDir, const std::string& sourceName,
+                            const std::string& destDir, AudioChannelSet& set,
+                            ConversionContext& ctx) {
+    return Convert(sourceDir, sourceName, destDir, set, ctx, Source::kSf3, Output::kSf1);
+}
+
+}  // namespace fmconv
