@@ -8,7 +8,7 @@ namespace fmconv {
 std::size_t ByteSource::Read(uint8_t* out, std::size_t size) {
     std::size_t done = 0;
     while (done < size) {
-        if (cursor_ == limit_ && !Refill()) break;
+        if (cursor_ == limit_ && (atEnd_ || !Refill())) break;
         const std::size_t take = std::min(size - done, static_cast<std::size_t>(limit_ - cursor_));
         std::memcpy(out + done, cursor_, take);
         cursor_ += take;
@@ -25,10 +25,11 @@ void ByteSource::Seek(uint64_t offset) {
     }
     windowStart_ = offset;
     window_ = cursor_ = limit_ = nullptr;
+    atEnd_ = false;
 }
 
 int ByteSource::ReadByteSlow() {
-    if (!Refill()) return kEndOfFile;
+    if (atEnd_ || !Refill()) return kEndOfFile;
     return *cursor_++;
 }
 
@@ -38,7 +39,8 @@ bool ByteSource::Refill() {
     windowStart_ = at;
     window_ = cursor_ = bytes.empty() ? nullptr : bytes.data();
     limit_ = bytes.empty() ? nullptr : bytes.data() + bytes.size();
-    return !bytes.empty();
+    atEnd_ = bytes.empty();
+    return !atEnd_;
 }
 
 std::span<const uint8_t> MemoryByteSource::Window(uint64_t offset) {

@@ -67,6 +67,7 @@ class ByteSource {
     const uint8_t* window_ = nullptr;
     const uint8_t* cursor_ = nullptr;
     const uint8_t* limit_ = nullptr;
+    bool atEnd_ = false;  // the last refill found nothing; cleared by the next seek
 };
 
 class MemoryByteSource final : public ByteSource {
