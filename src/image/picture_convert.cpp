@@ -137,7 +137,7 @@ void ResetFrame(PictureFrame& frame) {
 // The steps every converter takes; a BMP has no key. The outputs are named
 // and checked before the source is opened, and created only once the
 // source's header was accepted; a failure after that leaves on disk what was
-// written.
+// written. The source is closed on every path, a refused BMP's included.
 int ConvertPicture(PictureKind kind, const std::string& sourcePath, const std::string& fillPath,
                    const std::optional<std::string>& keyPath, int frameFormat, int lineOffset,
                    int pixelOffset, const TraceSink& trace) {
@@ -161,7 +161,8 @@ int ConvertPicture(PictureKind kind, const std::string& sourcePath, const std::s
 
     FilePtr fillFile = OpenFile(fillPath, "wb");
     if (!fillFile) {
-        // The BMP converter answers as for its source, as it always has.
+        // The BMP converter answers -1 here as well, so the driver's message
+        // names the source; that pairing is kept on purpose.
         return kind == PictureKind::kBmp ? kPictureSourceUnreadable : kPictureFillUnwritable;
     }
     const bool withKey = keyNamed && reader->info().bytesPerPixel == 4;
