@@ -144,28 +144,29 @@ void ExtractSdAudio(AudioChannelSet& set, const SignalTiming& timing,
     const StoredRaster raster = MakeStoredRaster(timing);
     const uint64_t chromaBit = uint64_t{raster.planeBytes} * 8;
     const uint32_t linesPerFrame = raster.regionLines[0] + raster.regionLines[1];
-    const uint32_t total = timing.totalSamplesPerLine;
-    // Packets start in the horizontal blanking (the multiplexed stream of
-    // both planes' blanking words); their words are read on into the line,
-    // since the embedder writes them without regard to the blanking width.
+    // The line's multiplexed word stream: chroma words at even and luma
+    // words at odd positions. Packets start in its horizontal blanking; their
+    // words are read on into the line, since the embedder writes them without
+    // regard to the blanking width. Nothing is read past the line.
+    const uint64_t streamWords = 2 * uint64_t{timing.totalSamplesPerLine};
     const uint32_t scanEnd = 2u * timing.hblankSamples;
-    std::vector<uint16_t> luma(total), chroma(total), stream(2 * std::size_t{total});
-    auto word = [&](uint64_t index) -> uint16_t {
-        return index < stream.size() ? stream[index] : 0;
-    };
 
     for (int region = 0; region < 2; ++region) {
         for (uint32_t line = 1; line < raster.regionLines[region]; ++line) {
             const uint64_t lineBit = raster.LineBit(region, line);
-            UnpackWords(payload, lineBit, luma);
-            UnpackWords(payload, chromaBit + lineBit, chroma);
-            for (uint32_t i = 0; i < total; ++i) {
-                stream[2 * i] = chroma[i];
-                stream[2 * i + 1] = luma[i];
-            }
+            auto word = [&](uint64_t i) -> uint16_t {
+                if (i >= streamWords) return 0;
+                return ReadWordAt(payload,
+                                  (i % 2 == 0 ? chromaBit : 0) + lineBit + i / 2 * kWordBits);
+            };
+            auto classify = [&](uint64_t i) {
+                const std::array<uint16_t, 4> head = {word(i), word(i + 1), word(i + 2),
+                                                      word(i + 3)};
+                return ClassifyAncPacket(head, 0);
+            };
             uint32_t units = 0;
             for (uint64_t position = 4; position + 4 < scanEnd;) {
-                const uint32_t kind = ClassifyAncPacket(stream, static_cast<uint32_t>(position));
+                const uint32_t kind = classify(position);
                 const uint32_t dataCount = word(position + 5) & 0xFF;
                 const uint64_t next = position + 7 + dataCount;
                 if (kind == kAncControl || kind == kAncExtended) {
@@ -177,10 +178,8 @@ void ExtractSdAudio(AudioChannelSet& set, const SignalTiming& timing,
                 if (!set.groupPresent[group]) OpenGroup(set, group, linesPerFrame);
                 // The extended packet of the same group, right behind, holds
                 // the four low bits of each sample.
-                const bool extended =
-                    next < stream.size() &&
-                    ClassifyAncPacket(stream, static_cast<uint32_t>(next)) == kAncExtended &&
-                    word(next + 3) == GetAudioPacketDid(kAncExtended, group);
+                const bool extended = classify(next) == kAncExtended &&
+                                      word(next + 3) == GetAudioPacketDid(kAncExtended, group);
                 for (uint32_t u = 0; u < dataCount / 3; ++u) {
                     const uint16_t x = word(position + 6 + 3 * u);
                     const uint16_t y = word(position + 7 + 3 * u);

@@ -79,7 +79,7 @@ TEST(AncPackets, TheResetPreparesTheHighDefinitionTemplates) {
     EXPECT_EQ(set.channelWriteCursor[2], 33u);
 }
 
-TEST(AncPackets, SampleWords) {
+TEST(AncPackets, SampleWordsAndChecksums) {
     // A 16-bit input of 0x1234 is the 24-bit sample 0x123400.
     EXPECT_EQ(HdSampleWords(0x123400), (std::array<uint16_t, 4>{0x000, 0x040, 0x023, 0x001}));
     EXPECT_EQ(HdSampleWords(0xABCDEF), (std::array<uint16_t, 4>{0x0F0, 0x0DE, 0x0BC, 0x00A}));
@@ -89,9 +89,7 @@ TEST(AncPackets, SampleWords) {
     EXPECT_EQ(SdSampleWords(0xFFFFF0, 0), (std::array<uint16_t, 3>{0x1F8, 0x1FF, 0x21F}));
     EXPECT_EQ(SdExtendedWord(0x00000A, 0xFFFFF5, 0), 0x25A);
     EXPECT_EQ(SdExtendedWord(0x00000A, 0xFFFFF5, 1), 0x15A);
-}
 
-TEST(AncPackets, Checksums) {
     // High definition: (identifier & 0x1FF) + frame number + 282, 9 bits,
     // bit 9 the inverse of bit 8.
     struct Case {
@@ -112,24 +110,6 @@ TEST(AncPackets, Checksums) {
     AppendSdControlPackets(set, words);
     ASSERT_EQ(words.size(), 25u);
     EXPECT_EQ(words[24], 0x21A);
-}
-
-TEST(AncPackets, StandardDefinitionPacketsPerGroup) {
-    AudioChannelSet set = SetWithAudio({0, 1, 0, 1}, 4);
-    std::vector<uint16_t> words;
-    AppendSdDataPackets(set, 1, 2, words);
-    // Per group: data packet 7 + 12 x 2 words, extended packet 7 + 2 x 2.
-    ASSERT_EQ(words.size(), 2u * (31 + 11));
-    EXPECT_EQ(words[3], 0x1FD);  // data, group 2
-    EXPECT_EQ(words[5], 0x218);  // 0x200 | 24
-    // Channel 5 (index 4), sample 1 = 0x040001: first unit of the packet.
-    EXPECT_EQ((std::array<uint16_t, 3>{words[6], words[7], words[8]}), SdSampleWords(0x040001, 0));
-    EXPECT_EQ(words[31 + 3], 0x2FC);  // extended, group 2
-    EXPECT_EQ(words[31 + 5], 0x204);
-    EXPECT_EQ(words[31 + 6], SdExtendedWord(0x040001, 0x050001, 0));
-    EXPECT_EQ(words[31 + 7], SdExtendedWord(0x060001, 0x070001, 1));
-    EXPECT_EQ(words[42 + 3], 0x2F9);  // data, group 4
-    EXPECT_EQ(words[42 + 31 + 3], 0x1F8);
 }
 
 TEST(AncPackets, A525LineFrameSchedules1601Or1602SamplesAndCarriesTheRest) {

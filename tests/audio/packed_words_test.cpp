@@ -77,17 +77,6 @@ TEST(PackedWords, CopyingBitsMatchesABitByBitCopyAlsoInPlace) {
     }
 }
 
-TEST(PackedWords, FillingRepeatsTheWordFromTheFirstByte) {
-    std::vector<uint8_t> bytes(13, 0xEE);
-    FillWordPattern(bytes, 1, 11, 0x040);
-    const std::vector<uint8_t> expected = {0xEE, 0x10, 0x04, 0x01, 0x00, 0x40, 0x10,
-                                           0x04, 0x01, 0x00, 0x40, 0x10, 0xEE};
-    EXPECT_EQ(bytes, expected);
-    FillWordPattern(bytes, 10, 100, 0x200);  // cut at the end of the buffer
-    EXPECT_EQ(bytes[10], 0x80);
-    EXPECT_EQ(bytes[12], 0x08);
-}
-
 TEST(PackedWords, FourWordsAtEachPhase) {
     // The words 0x3FF 0x000 0x2AA 0x155 written at bits 0, 6, 4 and 2.
     const uint16_t words[4] = {0x3FF, 0x000, 0x2AA, 0x155};

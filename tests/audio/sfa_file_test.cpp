@@ -217,7 +217,7 @@ TEST_F(SfaWriterTest, TheFreeSpaceTest) {
     }
 }
 
-TEST_F(SfaWriterTest, Failures) {
+TEST_F(SfaWriterTest, FailuresAndTheFormatChoice) {
     EXPECT_EQ(WriteSfaFromSfm(src, "MNONE.FMEM_001.SFM", dst, set, kSignal1080i50, ctx), "");
     EXPECT_FALSE(FileExists(dst + "/MNONE.FMEM_001.SFA"));
     PutSfm("MLOGO.FMEM_001.SFM", kFrameFormat720p);
@@ -226,21 +226,18 @@ TEST_F(SfaWriterTest, Failures) {
     EXPECT_EQ(WriteSfaFromSfm(src, "MLOGO.FMEM_001.SFM", dst, set, 14u, ctx), "");
     EXPECT_EQ(ReadBytes(dst + "/MLOGO.FMEM_001.SFA").size(), 0u);
     EXPECT_EQ(ctx.signalFormat, 14u);
-}
-
-TEST_F(SfaWriterTest, WithoutAChosenFormatTheCurrentOneIsKept) {
-    PutSfm("MLOGO.FMEM_001.SFM", kFrameFormat720p);
+    // Without a chosen format the current one is kept and stored.
     ctx.signalFormat = kSignal720p50;
     ASSERT_EQ(WriteSfaFromSfm(src, "MLOGO.FMEM_001.SFM", dst, set, std::nullopt, ctx),
               "MLOGO.FMEM_001.SFA");
     const std::vector<uint8_t> f = ReadBytes(dst + "/MLOGO.FMEM_001.SFA");
     EXPECT_EQ(f.size(), 64u + 3718952);
     EXPECT_EQ(f[49], 11);
-    EXPECT_EQ(ctx.signalFormat, 11u);
 }
 
-// The picture words of every active line at their exact bits, and blanking
-// values around them, for a format whose lines start mid-byte.
+// The picture words of active lines at their exact bits, and blanking values
+// everywhere else (no WAV files: no packets), for formats whose lines start
+// mid-byte.
 TEST_F(SfaWriterTest, ThePictureLandsOnItsBitsInTheFullRaster) {
     struct Case {
         uint32_t code;
@@ -290,8 +287,9 @@ TEST_F(SfaWriterTest, ThePictureLandsOnItsBitsInTheFullRaster) {
                             << w;
                     }
                 }
-                // The first and last stored lines are blanking all through.
-                for (uint32_t line : {0u, r.regionLines[region] - 1}) {
+                // The first, the control and the last stored lines are
+                // blanking all through.
+                for (uint32_t line : {0u, 1u, r.regionLines[region] - 1}) {
                     if (r.regionLines[region] == 0) continue;
                     for (uint32_t w = 0; w < t.totalSamplesPerLine; w += 13) {
                         ASSERT_EQ(PlainWordAt(payload, base + r.LineBit(region, line) + 10 * w),
@@ -304,21 +302,6 @@ TEST_F(SfaWriterTest, ThePictureLandsOnItsBitsInTheFullRaster) {
             EXPECT_EQ(PlainWordAt(payload, uint64_t{pad} * 8), blank);
             EXPECT_EQ(PlainWordAt(payload, uint64_t{pad} * 8 + 10 * 50), blank);
         }
-    }
-}
-
-TEST_F(SfaWriterTest, NoWavFilesNoPackets) {
-    PutSfm("MLOGO.FMEM_001.SFM", kFrameFormat1080);
-    ASSERT_NE(WriteSfaFromSfm(src, "MLOGO.FMEM_001.SFM", dst, set, kSignal1080i5994, ctx), "");
-    const std::vector<uint8_t> f = ReadBytes(dst + "/MLOGO.FMEM_001.SFA");
-    const std::vector<uint8_t> payload(f.begin() + 64, f.end());
-    SignalTiming t;
-    GetSignalTiming(kSignal1080i5994, t, nullptr);
-    const StoredRaster r = MakeStoredRaster(t);
-    for (uint32_t line = 0; line < 20; ++line) {
-        EXPECT_EQ(PlainWordAt(payload, r.LineBit(0, line) + 80), 0x040);
-        EXPECT_EQ(PlainWordAt(payload, uint64_t{r.planeBytes} * 8 + r.LineBit(0, line) + 80),
-                  0x200);
     }
 }
 

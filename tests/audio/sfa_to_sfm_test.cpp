@@ -65,18 +65,6 @@ AudioChannelSet ExtractionSet(uint16_t frames) {
     return set;
 }
 
-TEST(SfaToSfm, PlaneSizesByCode) {
-    const std::pair<uint32_t, uint32_t> cases[] = {{0, 471360},   {1, 555840},  {2, 1153600},
-                                                   {3, 2594400},  {4, 2594400}, {7, 2594400},
-                                                   {11, 1153600}, {14, 0}};
-    for (const auto& [code, plane] : cases) {
-        EXPECT_EQ(ExtractedSfmPlaneBytes(code), plane) << code;
-        if (plane != 0) {
-            EXPECT_EQ(2 * plane, GetFrameByteSize(code, kFrameKindSfm)) << code;
-        }
-    }
-}
-
 TEST(SfaToSfm, TheSfmHeaderAndTheBlankingLines) {
     for (uint32_t code : {0u, 1u, 4u}) {
         SCOPED_TRACE(code);
@@ -238,47 +226,6 @@ TEST(SfaToSfm, RefusesWhatItCannotBuild) {
     EXPECT_EQ(trace, "No Support Signal format!\nFile Convert Error!\n");
     ctx.signalFormat = 1;  // needs 64 + 1111680
     EXPECT_EQ(BuildSfmFromSfa(sfa, sfm, "", set, ctx), -1);
-}
-
-TEST(SfaToSfm, CompactLinesStartOnWholeBytes) {
-    struct Case {
-        uint32_t code;
-        uint32_t line;  // in region 1 (0) or region 2 (1)
-        int region;
-        std::size_t compactByte;
-    } cases[] = {
-        // 480i: 1070-byte lines, picture after 170 bytes; region 2 at 263 lines.
-        {0, 9, 0, 9 * 1070 + 170},
-        {0, 10, 0, 10 * 1070 + 170},
-        {0, 9, 1, 263 * 1070 + 9 * 1070 + 170},
-        // 720P/59.94: 2060 and 460; 1080PsF/24: 3300 and 900, region 2 at 562 lines.
-        {2, 19, 0, 19 * 2060 + 460},
-        {7, 13, 0, 13 * 3300 + 900},
-        {7, 14, 1, 562 * 3300 + 14 * 3300 + 900},
-    };
-    for (const Case& c : cases) {
-        SCOPED_TRACE(c.code);
-        SfaFrame sfa(c.code);
-        const uint64_t from = sfa.raster.LineBit(c.region, c.line) + 10 * sfa.timing.hblankSamples;
-        const uint64_t lastWord = from + 10 * (sfa.timing.activeSamples - 1);
-        PackWords(sfa.payload(), from, std::vector<uint16_t>{0x2A5, 0x15A});
-        PackWords(sfa.payload(), lastWord, std::vector<uint16_t>{0x3C3});
-        PackWords(sfa.payload(), uint64_t{sfa.raster.planeBytes} * 8 + from,
-                  std::vector<uint16_t>{0x0F1});
-        RealignCompactLines(c.code, sfa.payload());
-        const std::vector<uint8_t> payload(sfa.payload().begin(), sfa.payload().end());
-        const uint64_t to = uint64_t{c.compactByte} * 8;
-        EXPECT_EQ(PlainWordAt(payload, to), 0x2A5);
-        EXPECT_EQ(PlainWordAt(payload, to + 10), 0x15A);
-        EXPECT_EQ(PlainWordAt(payload, to + 10 * (sfa.timing.activeSamples - 1)), 0x3C3);
-        EXPECT_EQ(PlainWordAt(payload, uint64_t{sfa.raster.planeBytes} * 8 + to), 0x0F1);
-    }
-    // Whole-byte formats stay as they are.
-    SfaFrame whole(4);
-    PackWords(whole.payload(), 12345 * 8, std::vector<uint16_t>{0x3FF});
-    const std::vector<uint8_t> before = whole.bytes;
-    RealignCompactLines(4, whole.payload());
-    EXPECT_EQ(whole.bytes, before);
 }
 
 }  // namespace
