@@ -27,15 +27,28 @@ using namespace fmconv;
 
 constexpr uint32_t kCodes[] = {0, 1, 2, 3, 4, 7, 11};
 
+// A folder of this process's own, removed when the fuzzer exits.
+class WorkFolderHolder {
+  public:
+    WorkFolderHolder()
+        : path_((std::filesystem::temp_directory_path() /
+                 ("fmconv-fuzz-sfa-" + std::to_string(::getpid())))
+                    .string()) {
+        std::filesystem::create_directories(path_);
+    }
+    ~WorkFolderHolder() {
+        std::error_code error;
+        std::filesystem::remove_all(path_, error);
+    }
+    const std::string& path() const { return path_; }
+
+  private:
+    std::string path_;
+};
+
 const std::string& WorkFolder() {
-    static const std::string folder = [] {
-        const std::string path = (std::filesystem::temp_directory_path() /
-                                  ("fmconv-fuzz-sfa-" + std::to_string(::getpid())))
-                                     .string();
-        std::filesystem::create_directories(path);
-        return path;
-    }();
-    return folder;
+    static const WorkFolderHolder folder;
+    return folder.path();
 }
 
 // Puts the words where a line's packets start: word 8 of the chroma line in
