@@ -30,12 +30,12 @@ void BmpReader::MoveTo(uint64_t row, uint64_t column) {
         kPixelDataOffset, SaturatingAdd(SaturatingMul(row, rowBytes_), SaturatingMul(column, 3))));
 }
 
-Pixel BmpReader::Next() {
-    Pixel p;
-    p.b = AsPixelByte(source_.ReadByte());
-    p.g = AsPixelByte(source_.ReadByte());
-    p.r = AsPixelByte(source_.ReadByte());
-    return p;
+void BmpReader::Read(Pixel* pixels, std::size_t count) {
+    for (Pixel* p = pixels; p != pixels + count; ++p) {
+        p->b = AsPixelByte(source_.ReadByte());
+        p->g = AsPixelByte(source_.ReadByte());
+        p->r = AsPixelByte(source_.ReadByte());
+    }
 }
 
 }  // namespace fmconv

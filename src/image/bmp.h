@@ -12,7 +12,7 @@ class BmpReader final : public PictureReader {
     std::string_view ReadHeader() override;
     void StartPixels() override {}
     void MoveTo(uint64_t row, uint64_t column) override;
-    Pixel Next() override;
+    void Read(Pixel* pixels, std::size_t count) override;
 
     // Where the pixel rows begin, whatever the header's own offset field says.
     static constexpr uint64_t kPixelDataOffset = 54;

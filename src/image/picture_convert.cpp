@@ -48,6 +48,32 @@ uint16_t ToKeyLuma(ColourMatrix matrix, uint8_t alpha) {
     return static_cast<uint16_t>((876000 * a + 127500) / 255000 + 64);
 }
 
+namespace {
+
+// Stores the pair of pixels at pair[0] and pair[1] at frame line `line`,
+// columns `column` and `column` + 1 (the frame width is even, so both are
+// inside it).
+void PlacePair(const Pixel* pair, ColourMatrix matrix, uint32_t line, uint32_t column,
+               PictureFrame* fill, PictureFrame* key) {
+    if (fill != nullptr) {
+        // Chroma is sited on the even pixel; the odd one gives its Y.
+        const YCbCr colour = ToYCbCr(matrix, pair[0]);
+        uint16_t* y = fill->lumaLine(line) + column;
+        uint16_t* c = fill->chromaLine(line) + column;
+        y[0] = colour.y;
+        y[1] = ToLuma(matrix, pair[1]);
+        c[0] = colour.cb;
+        c[1] = colour.cr;
+    }
+    if (key != nullptr) {
+        uint16_t* y = key->lumaLine(line) + column;
+        y[0] = ToKeyLuma(matrix, pair[0].a);
+        y[1] = ToKeyLuma(matrix, pair[1].a);
+    }
+}
+
+}  // namespace
+
 void PlacePicture(PictureReader& reader, int lineOffset, int pixelOffset, ColourMatrix matrix,
                   PictureFrame* fill, PictureFrame* key) {
     const PictureFrame& frame = fill != nullptr ? *fill : *key;
@@ -76,29 +102,32 @@ void PlacePicture(PictureReader& reader, int lineOffset, int pixelOffset, Colour
     }
     std::sort(pairs.begin(), pairs.end());
 
+    // Pairs that follow one another in the picture form runs, read in one go.
+    struct Run {
+        std::size_t first, last;  // pairs[first] to pairs[last - 1]
+        uint32_t x0, count;       // the run's first picture column and its pixel count
+    };
+    std::vector<Run> runs;
+    for (std::size_t first = 0, last; first < pairs.size(); first = last) {
+        last = first + 1;
+        while (last < pairs.size() && pairs[last].first == pairs[last - 1].first + 2) ++last;
+        const uint32_t x0 = pairs[first].first;
+        // An odd width ends each row with a pair whose second pixel is not
+        // in the file: black and transparent.
+        const uint64_t end = std::min<uint64_t>(pairs[last - 1].first + uint64_t{2}, info.width);
+        runs.push_back({first, last, x0, static_cast<uint32_t>(end - x0)});
+    }
+
     reader.StartPixels();
+    std::vector<Pixel> pixels(frame.width + 1);
     for (const auto& [row, line] : rows) {
-        for (const auto& [x, column] : pairs) {
-            reader.MoveTo(row, x);
-            const Pixel even = reader.Next();
-            // An odd width ends each row with a pair whose second pixel is
-            // not in the file: black and transparent.
-            const Pixel odd = x + 1 < info.width ? reader.Next() : Pixel{};
-            // The frame width is even, so column + 1 is inside it too.
-            if (fill != nullptr) {
-                // Chroma is sited on the even pixel; the odd one gives its Y.
-                const YCbCr colour = ToYCbCr(matrix, even);
-                uint16_t* y = fill->lumaLine(line) + column;
-                uint16_t* c = fill->chromaLine(line) + column;
-                y[0] = colour.y;
-                y[1] = ToLuma(matrix, odd);
-                c[0] = colour.cb;
-                c[1] = colour.cr;
-            }
-            if (key != nullptr) {
-                uint16_t* y = key->lumaLine(line) + column;
-                y[0] = ToKeyLuma(matrix, even.a);
-                y[1] = ToKeyLuma(matrix, odd.a);
+        for (const Run& run : runs) {
+            reader.MoveTo(row, run.x0);
+            reader.Read(pixels.data(), run.count);
+            pixels[run.count] = Pixel{};
+            for (std::size_t i = run.first; i < run.last; ++i) {
+                PlacePair(&pixels[pairs[i].first - run.x0], matrix, line, pairs[i].second, fill,
+                          key);
             }
         }
     }

@@ -5,6 +5,7 @@
 // the file does not hold.
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <string_view>
 
@@ -42,8 +43,9 @@ class PictureReader {
     // Moves forward to pixel `column` of file row `row`. Positions asked for
     // within one pass never go backwards.
     virtual void MoveTo(uint64_t row, uint64_t column) = 0;
-    // The pixel at the current position; the position moves to the next one.
-    virtual Pixel Next() = 0;
+    // Reads count pixels from the current position on; the position moves
+    // past them.
+    virtual void Read(Pixel* pixels, std::size_t count) = 0;
 
   protected:
     PictureInfo info_;

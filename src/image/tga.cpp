@@ -111,17 +111,19 @@ void TgaReader::MoveTo(uint64_t row, uint64_t column) {
     pixelIndex_ = target;
 }
 
-Pixel TgaReader::Next() {
+void TgaReader::Read(Pixel* pixels, std::size_t count) {
     if (runLength_) {
-        ++pixelIndex_;
-        return rle_.NextPixel(source_);
+        for (Pixel* p = pixels; p != pixels + count; ++p) *p = rle_.NextPixel(source_);
+        pixelIndex_ += count;
+        return;
     }
-    Pixel p;
-    p.b = AsPixelByte(source_.ReadByte());
-    p.g = AsPixelByte(source_.ReadByte());
-    p.r = AsPixelByte(source_.ReadByte());
-    if (info_.bytesPerPixel == 4) p.a = AsPixelByte(source_.ReadByte());
-    return p;
+    const bool alpha = info_.bytesPerPixel == 4;
+    for (Pixel* p = pixels; p != pixels + count; ++p) {
+        p->b = AsPixelByte(source_.ReadByte());
+        p->g = AsPixelByte(source_.ReadByte());
+        p->r = AsPixelByte(source_.ReadByte());
+        if (alpha) p->a = AsPixelByte(source_.ReadByte());
+    }
 }
 
 }  // namespace fmconv

@@ -39,7 +39,7 @@ class TgaReader final : public PictureReader {
     std::string_view ReadHeader() override;
     void StartPixels() override;
     void MoveTo(uint64_t row, uint64_t column) override;
-    Pixel Next() override;
+    void Read(Pixel* pixels, std::size_t count) override;
 
   private:
     ByteSource& source_;

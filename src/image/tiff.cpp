@@ -153,13 +153,14 @@ void TiffReader::MoveTo(uint64_t row, uint64_t column) {
     if (target > strips_.bytesRead()) strips_.Skip(source_, target - strips_.bytesRead());
 }
 
-Pixel TiffReader::Next() {
-    Pixel p;
-    p.r = AsPixelByte(strips_.NextByte(source_));
-    p.g = AsPixelByte(strips_.NextByte(source_));
-    p.b = AsPixelByte(strips_.NextByte(source_));
-    if (info_.bytesPerPixel == 4) p.a = AsPixelByte(strips_.NextByte(source_));
-    return p;
+void TiffReader::Read(Pixel* pixels, std::size_t count) {
+    const bool alpha = info_.bytesPerPixel == 4;
+    for (Pixel* p = pixels; p != pixels + count; ++p) {
+        p->r = AsPixelByte(strips_.NextByte(source_));
+        p->g = AsPixelByte(strips_.NextByte(source_));
+        p->b = AsPixelByte(strips_.NextByte(source_));
+        if (alpha) p->a = AsPixelByte(strips_.NextByte(source_));
+    }
 }
 
 }  // namespace fmconv

@@ -51,7 +51,7 @@ class TiffReader final : public PictureReader {
     std::string_view ReadHeader() override;
     void StartPixels() override { strips_.Reset(); }
     void MoveTo(uint64_t row, uint64_t column) override;
-    Pixel Next() override;
+    void Read(Pixel* pixels, std::size_t count) override;
 
   private:
     uint32_t Read16At(const uint8_t* p) const { return bigEndian_ ? ReadBe16(p) : ReadLe16(p); }

@@ -297,20 +297,30 @@ TEST(PictureConvert, PairsTakeTheEvenPixelsChromaAndAlphaBecomesKey) {
 
 // Sizes the files do not hold: only what lands in the frame is visited, and
 // everything past the end of the file reads as 0xFF bytes (white, opaque).
+// With pixel offset 4, columns 0 to 3 take the picture's last two pairs
+// (positions wrap round at 2^32); a width of 2^32 - 1 ends in a black pixel.
 TEST(PictureConvert, HugeDeclaredSizesReadOnlyWhatLands) {
     std::vector<uint8_t> bmp = testing::BmpFile(testing::Numbered(2, 1));
     WriteLe32(&bmp[18], 0xFFFFFFFF);
     WriteLe32(&bmp[22], 0x7FFFFFFF);
     std::vector<uint8_t> tga = testing::TgaFile(testing::Numbered(2, 1), {.runLength = true});
-    WriteLe32(&tga[12], 0xFFFFFFFF);
+    WriteLe32(&tga[12], 0xFFFFFFFF);  // 65535 x 65535
     testing::TiffBuilder tiff(false);
     tiff.Entry(256, 4, 1, 0xFFFFFFFF).Entry(257, 4, 1, 0xFFFFFFFF);
     const std::vector<uint8_t> tif = tiff.Entry(273, 4, 1, 0).Entry(279, 4, 1, 0).Finish();
-    using Case = std::pair<Converter, std::vector<uint8_t>>;
-    for (const auto& [convert, bytes] : {Case{ConvertBmpPicture, bmp}, Case{ConvertTgaPicture, tga},
-                                         Case{ConvertTiffPicture, tif}}) {
-        const Outcome out = Convert(convert, bytes, 1, {.lineOffset = -65000, .pixelOffset = -999});
+    const struct {
+        Converter convert;
+        std::vector<uint8_t> bytes;
+        std::vector<uint16_t> firstFour;
+    } cases[] = {{ConvertBmpPicture, bmp, {940, 940, 940, 64}},
+                 {ConvertTgaPicture, tga, {64, 64, 64, 64}},
+                 {ConvertTiffPicture, tif, {940, 940, 940, 64}}};
+    for (const auto& c : cases) {
+        const Outcome out =
+            Convert(c.convert, c.bytes, 1, {.lineOffset = -65000, .pixelOffset = 4});
         EXPECT_GT(out.result, 0);
+        EXPECT_EQ(std::vector<uint16_t>(out.fill.luma.begin(), out.fill.luma.begin() + 4),
+                  c.firstFour);
         EXPECT_EQ(out.fill.lumaLine(486)[719], 940);
         if (out.keyWritten) {
             EXPECT_EQ(out.key.lumaLine(486)[719], 940);

@@ -30,7 +30,8 @@ Decoded Decode(Kind kind, const std::vector<uint8_t>& bytes) {
     reader->StartPixels();
     for (uint32_t row = 0; row < d.info.height; ++row) {
         reader->MoveTo(row, 0);
-        for (uint32_t x = 0; x < d.info.width; ++x) d.pixels.push_back(reader->Next());
+        d.pixels.resize(d.pixels.size() + d.info.width);
+        reader->Read(&d.pixels[d.pixels.size() - d.info.width], d.info.width);
     }
     return d;
 }
