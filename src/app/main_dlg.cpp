@@ -53,14 +53,14 @@ bool CMainDlg::OnInitDialog() {
     // Settings restore, source type first: the destination step may
     // correct the source.
     const std::string path = SettingsPath();
-    const std::string source =
-        platform::GetPrivateProfileString(kSettingsSection, kKeySource, "Image File", path);
-    const std::string dest =
-        platform::GetPrivateProfileString(kSettingsSection, kKeyDest, "SFM", path);
-    const std::string sfm =
-        platform::GetPrivateProfileString(kSettingsSection, kKeySfm, "1080i/1080PsF", path);
-    const std::string sfa =
-        platform::GetPrivateProfileString(kSettingsSection, kKeySfa, "1080i/59.94", path);
+    const auto read = [&](const char* key, const char* defaultValue) {
+        if (services_.readSetting) return services_.readSetting(key, defaultValue);
+        return platform::GetPrivateProfileString(kSettingsSection, key, defaultValue, path);
+    };
+    const std::string source = read(kKeySource, "Image File");
+    const std::string dest = read(kKeyDest, "SFM");
+    const std::string sfm = read(kKeySfm, "1080i/1080PsF");
+    const std::string sfa = read(kKeySfa, "1080i/59.94");
     RestoreSourceType(source);
     RestoreDestType(dest);
     RestoreSfmFormat(sfm);

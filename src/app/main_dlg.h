@@ -33,6 +33,9 @@ struct MainDlgServices {
     std::function<std::string()> currentDirectory;
     // Whole-file copy of the register containers.
     FileCopier copyFile;
+    // Where the four selections are restored from at start-up: the settings
+    // file when empty; the command line gives its own (key, default) -> value.
+    std::function<std::string(const std::string& key, const std::string& defaultValue)> readSetting;
     // Called by the run after each file it finished (k from 1), before the
     // next cancel test; automation uses it to press Cancel at a known point.
     std::function<void(int filesDone)> afterFile;

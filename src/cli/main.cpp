@@ -3,6 +3,7 @@
 #include <string>
 #include <vector>
 
+#include "cli/convert_command.h"
 #include "cli/demo.h"
 #include "cli/ui_command.h"
 
@@ -10,6 +11,7 @@ namespace {
 
 constexpr char kUsage[] =
     "usage: fmconv demo [FOLDER]      write sample frames into FOLDER (default demo-out)\n"
+    "       fmconv convert --from TYPE --to TYPE [options] SRC_DIR DST_DIR [NAME ...]\n"
     "       fmconv ui [--script FILE] [--real-space-check]\n"
     "       fmconv --help\n";
 
@@ -28,6 +30,7 @@ int main(int argc, char** argv) {
         }
         return fmconv::cli::RunDemo(args.size() == 2 ? args[1] : "demo-out", std::cout, std::cerr);
     }
+    if (args[0] == "convert") return fmconv::cli::ConvertMain(argc - 2, argv + 2);
     if (args[0] == "ui") return fmconv::cli::UiMain(argc - 2, argv + 2);
     std::cerr << "fmconv: unknown command '" << args[0] << "'\n" << kUsage;
     return 2;

@@ -1,0 +1,251 @@
+#include "cli/convert_command.h"
+
+#include <unistd.h>
+
+#include <algorithm>
+#include <filesystem>
+#include <iostream>
+#include <map>
+#include <mutex>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "app/main_dlg.h"
+#include "app/resources.h"
+#include "base/text.h"
+#include "platform/headless/headless_host.h"
+#include "run/messages.h"
+#include "run/naming.h"
+
+namespace fmconv::cli {
+
+namespace {
+
+constexpr char kUsage[] =
+    "usage: fmconv convert --from image|sfm|sfa|sf1|sf3 --to sfm|sfa|sf1|sf3 [options] "
+    "SRC_DIR DST_DIR [NAME ...]\n"
+    "       fmconv convert --from sort [options] SRC_DIR DST_DIR [NAME ...]\n"
+    "options: --sfm-format 1080i/1080PsF|720P|576i/50|480i/59.94\n"
+    "         --sfa-format 1080i/59.94|1080i/50|1080PsF/24|720P/59.94|720P/50|576i/50|480i/59.94\n"
+    "         --ch N=PATH (N 1 to 16, repeatable)  --legacy-space-check  --quiet\n";
+
+// The radio captions the options select.
+const std::map<std::string, std::string> kSourceCaptions = {
+    {"image", "Image File"}, {"sfm", "SFM"}, {"sfa", "SFA"},
+    {"sf1", "SF1"},          {"sf3", "SF3"}, {"sort", "SF1/SF3 Sort"},
+};
+const std::map<std::string, std::string> kDestCaptions = {
+    {"sfm", "SFM"}, {"sfa", "SFA"}, {"sf1", "SF1"}, {"sf3", "SF3"}};
+const std::vector<std::string> kSfmFormats = {"1080i/1080PsF", "720P", "576i/50", "480i/59.94"};
+const std::vector<std::string> kSfaFormats = {"1080i/59.94", "1080i/50", "1080PsF/24", "720P/59.94",
+                                              "720P/50",     "576i/50",  "480i/59.94"};
+
+bool Contains(const std::vector<std::string>& list, const std::string& value) {
+    return std::find(list.begin(), list.end(), value) != list.end();
+}
+
+// Reads the arguments; an error text when they are not usable.
+std::optional<std::string> Parse(int argc, char** argv, ConvertRequest& o, bool& quiet) {
+    std::vector<std::string> positional;
+    bool onlyNames = false;
+    for (int i = 0; i < argc; ++i) {
+        std::string arg = argv[i];
+        if (onlyNames || arg.rfind("--", 0) != 0 || arg == "--") {
+            if (arg == "--" && !onlyNames) {
+                onlyNames = true;
+                continue;
+            }
+            positional.push_back(arg);
+            continue;
+        }
+        std::string value;
+        const std::size_t eq = arg.find('=');
+        const bool takesValue = arg.rfind("--from", 0) == 0 || arg.rfind("--to", 0) == 0 ||
+                                arg.rfind("--sfm-format", 0) == 0 ||
+                                arg.rfind("--sfa-format", 0) == 0 || arg.rfind("--ch", 0) == 0;
+        if (eq != std::string::npos && takesValue) {
+            value = arg.substr(eq + 1);
+            arg = arg.substr(0, eq);
+        } else if (takesValue && (arg == "--from" || arg == "--to" || arg == "--sfm-format" ||
+                                  arg == "--sfa-format" || arg == "--ch")) {
+            if (i + 1 >= argc) return arg + " needs a value";
+            value = argv[++i];
+        }
+        if (arg == "--from") {
+            if (!kSourceCaptions.count(value)) return "unknown --from value '" + value + "'";
+            o.from = value;
+        } else if (arg == "--to") {
+            if (!kDestCaptions.count(value)) return "unknown --to value '" + value + "'";
+            o.to = value;
+        } else if (arg == "--sfm-format") {
+            if (!Contains(kSfmFormats, value)) return "unknown --sfm-format value '" + value + "'";
+            o.sfmFormat = value;
+        } else if (arg == "--sfa-format") {
+            if (!Contains(kSfaFormats, value)) return "unknown --sfa-format value '" + value + "'";
+            o.sfaFormat = value;
+        } else if (arg == "--ch") {
+            const std::size_t at = value.find('=');
+            const int n = at == std::string::npos ? 0 : AtoiLike(value.substr(0, at));
+            if (n < 1 || n > 16 || value.substr(0, at) != std::to_string(n)) {
+                return "--ch takes N=PATH with N from 1 to 16, not '" + value + "'";
+            }
+            if (at + 1 >= value.size()) return "--ch " + std::to_string(n) + " has no path";
+            o.channels[n] = value.substr(at + 1);
+        } else if (arg == "--legacy-space-check") {
+            o.legacySpaceCheck = true;
+        } else if (arg == "--quiet") {
+            quiet = true;
+        } else {
+            return "unknown option '" + arg + "'";
+        }
+    }
+    if (o.from.empty()) return "--from is missing";
+    if (o.from == "sort" && !o.to.empty()) return "--from sort takes no --to";
+    if (o.from != "sort" && o.to.empty()) return "--to is missing";
+    if (o.from == o.to) return "there is no conversion from " + o.from + " to " + o.to;
+    if (positional.size() < 2) return "SRC_DIR and DST_DIR are needed";
+    o.sourceDir = positional[0];
+    o.destDir = positional[1];
+    o.names.assign(positional.begin() + 2, positional.end());
+    for (const std::string& dir : {o.sourceDir, o.destDir}) {
+        std::error_code error;
+        if (!std::filesystem::is_directory(dir, error)) return "no folder '" + dir + "'";
+    }
+    return std::nullopt;
+}
+
+// Selects the named files in the source list (in the list's order); an
+// error text for a name the list does not show.
+std::optional<std::string> SelectNames(CMainDlg& dlg, const std::vector<std::string>& names) {
+    if (names.empty()) return std::nullopt;
+    platform::ControlSurface& s = dlg.Surface();
+    const std::vector<std::string> items = s.ListItems(kIdSourceList);
+    std::vector<int> selected;
+    for (const std::string& name : names) {
+        int found = -1;
+        for (int pass = 0; pass < 2 && found < 0; ++pass) {
+            for (std::size_t i = 0; i < items.size() && found < 0; ++i) {
+                const std::string_view file = SplitRegisterListItem(items[i]).file;
+                if (pass == 0 ? file == name : EqualsIgnoreCase(file, name))
+                    found = static_cast<int>(i);
+            }
+        }
+        if (found < 0) return "the source list does not show '" + name + "'";
+        selected.push_back(found);
+    }
+    s.ListSetSelection(kIdSourceList, selected);
+    dlg.OnSourceListSelChange();
+    return std::nullopt;
+}
+
+}  // namespace
+
+int ConvertMain(int argc, char** argv) {
+    ConvertRequest request;
+    bool quiet = false;
+    if (const auto error = Parse(argc, argv, request, quiet)) {
+        std::cerr << "fmconv convert: " << *error << "\n" << kUsage;
+        return 2;
+    }
+    request.progressBar = !quiet && ::isatty(2);
+    return RunConvert(request, std::cout, std::cerr);
+}
+
+int RunConvert(const ConvertRequest& o, std::ostream& out, std::ostream& err) {
+    std::mutex outMutex;
+    bool finished = false;
+    bool progressShown = false;
+    const bool progressBar = o.progressBar;
+    const auto clearProgress = [&] {
+        if (progressShown) err << "\r\033[K";
+        progressShown = false;
+    };
+    platform::HeadlessHost host([&](const platform::HostEvent& event) {
+        const auto* box = std::get_if<platform::MessageBoxRequest>(&event);
+        if (!box) return;
+        std::lock_guard lock(outMutex);
+        if (box->caption == kCaptionFinish && box->text == kMsgConvertFinished) {
+            finished = true;
+            return;
+        }
+        clearProgress();
+        err << box->caption << ": " << box->text << std::endl;
+    });
+    platform::RealFreeSpaceProbe realProbe;
+    platform::LegacyFreeSpaceProbe legacyProbe;
+
+    MainDlgServices services;
+    services.host = &host;
+    services.freeSpace = o.legacySpaceCheck
+                             ? static_cast<const platform::FreeSpaceProbe*>(&legacyProbe)
+                             : &realProbe;
+    services.trace = [&](std::string_view line) {
+        std::lock_guard lock(outMutex);
+        clearProgress();
+        err << line << std::flush;
+    };
+    const std::map<std::string, std::string> settings = {
+        {"Original_File_Directory_Type", kSourceCaptions.at(o.from)},
+        {"Convert_File_Directory_Type", o.to.empty() ? "SFM" : kDestCaptions.at(o.to)},
+        {"SFMFormat", o.sfmFormat},
+        {"SFAFormat", o.sfaFormat},
+    };
+    services.readSetting = [&](const std::string& key, const std::string& defaultValue) {
+        const auto it = settings.find(key);
+        return it == settings.end() ? defaultValue : it->second;
+    };
+    CMainDlg dlg(services);
+    dlg.OnInitDialog();
+
+    host.ScriptFolder(o.sourceDir);
+    dlg.Click(kIdSourceSelectDir);
+    host.ScriptFolder(o.destDir);
+    dlg.Click(kIdDestSelectDir);
+    if (const auto error = SelectNames(dlg, o.names)) {
+        err << "fmconv convert: " << *error << "\n";
+        return 2;
+    }
+    for (const auto& [channel, path] : o.channels) {
+        const ChannelControls& ch = kChannels[static_cast<std::size_t>(channel - 1)];
+        dlg.ChannelPage(ch.page).Surface().SetText(ch.edit, path);
+    }
+
+    // Every entry the run lists goes to standard output as it comes.
+    platform::ControlSurface& s = dlg.Surface();
+    std::size_t printed = 0;
+    s.Subscribe([&](int id) {
+        if (id == kIdDestList) {
+            const std::vector<std::string> items = s.ListItems(kIdDestList);
+            std::lock_guard lock(outMutex);
+            if (items.size() < printed) printed = 0;
+            for (; printed < items.size(); ++printed) {
+                clearProgress();
+                out << items[printed] << std::endl;
+            }
+        } else if (id == kIdProgress && progressBar && dlg.Converting()) {
+            const platform::ControlState p = s.State(kIdProgress);
+            if (p.upper <= 0) return;
+            const int width = 30;
+            const int filled = width * p.position / p.upper;
+            std::lock_guard lock(outMutex);
+            err << "\r[" << std::string(static_cast<std::size_t>(filled), '#')
+                << std::string(static_cast<std::size_t>(width - filled), ' ') << "] " << p.position
+                << "/" << p.upper << std::flush;
+            progressShown = true;
+        }
+    });
+
+    if (!s.Enabled(kIdExec)) {
+        err << "fmconv convert: the window did not allow a run\n";
+        return 1;
+    }
+    dlg.Click(kIdExec);
+    const int exitCode = dlg.WaitForRun();
+    std::lock_guard lock(outMutex);
+    clearProgress();
+    if (finished) out << kMsgConvertFinished << std::endl;
+    return exitCode == 0 ? 0 : 1;
+}
+
+}  // namespace fmconv::cli

@@ -1,0 +1,302 @@
+// `fmconv convert` as a separate process, on inputs the tests build.
+#include <gtest/gtest.h>
+
+#include <filesystem>
+
+#include "audio/audio_test_files.h"
+#include "fmfiles/sfm_file.h"
+#include "image/picture_files.h"
+#include "run_fmconv.h"
+#include "support/temp_dir.h"
+
+namespace fmconv::testing {
+namespace {
+
+namespace fs = std::filesystem;
+
+std::vector<std::string> Entries(const ProcessResult& r) {
+    std::vector<std::string> lines = r.outLines;
+    if (!lines.empty() && lines.back() == "Convert finished successfully") lines.pop_back();
+    return lines;
+}
+
+std::size_t SizeOf(const std::string& path) {
+    return fs::file_size(path);
+}
+
+// Folders of every kind, made by the program itself from one picture with
+// alpha; each test case converts one of them.
+class ConvertTest : public ::testing::Test {
+  protected:
+    static void SetUpTestSuite() {
+        root_ = new TempDir;
+        const auto make = [](const std::string& name) { return root_->MakeDir(name); };
+        make("pics");
+        WriteBytes(root_->File("pics/LOGO.tga"), TgaFile(Numbered(64, 32)));
+        for (auto [from, to, folder] : {std::tuple{"image", "sfm", "sfm"},
+                                        {"sfm", "sf1", "sf1"},
+                                        {"sfm", "sfa", "sfa"},
+                                        {"sfa", "sf3", "sf3"}}) {
+            const std::string source = std::string(from) == "image" ? "pics" : from;
+            make(folder);
+            const ProcessResult r = RunFmconv(
+                root_->path(), {"convert", "--quiet", "--from", from, "--to", to, source, folder});
+            ASSERT_EQ(r.exitCode, 0) << r.err;
+        }
+    }
+    static void TearDownTestSuite() { delete root_; }
+
+    ProcessResult Convert(const std::vector<std::string>& args) {
+        std::vector<std::string> all = {"convert", "--quiet"};
+        all.insert(all.end(), args.begin(), args.end());
+        return RunFmconv(root_->path(), all);
+    }
+    static TempDir* root_;
+};
+TempDir* ConvertTest::root_ = nullptr;
+
+struct MatrixRow {
+    const char* from;
+    const char* to;
+    const char* source;
+    std::vector<std::string> entries;
+    std::size_t size;  // of the first file written
+};
+
+TEST_F(ConvertTest, EveryRowOfTheDispatchMatrix) {
+    const MatrixRow rows[] = {
+        {"image", "sfm", "pics", {"MLOGO.FMEM_001.SFM", "SLOGO.FMEM_002.SFM"}, 5188864},
+        {"image",
+         "sf1",
+         "pics",
+         {"F0001.SF1(MLOGO.FMEM_001.SFM)", "F0002.SF1(SLOGO.FMEM_002.SFM)"},
+         5189168},
+        {"image", "sfa", "pics", {"MLOGO.FMEM_001.SFA", "SLOGO.FMEM_002.SFA"}, 6197568},
+        {"image",
+         "sf3",
+         "pics",
+         {"F0001.SF3(MLOGO.FMEM_001.SFA)", "F0002.SF3(SLOGO.FMEM_002.SFA)"},
+         6197872},
+        {"sfm", "sfa", "sfm", {"MLOGO.FMEM_001.SFA", "SLOGO.FMEM_002.SFA"}, 6197568},
+        {"sfm",
+         "sf3",
+         "sfm",
+         {"F0001.SF3(MLOGO.FMEM_001.SFA)", "F0002.SF3(SLOGO.FMEM_002.SFA)"},
+         6197872},
+        {"sfm",
+         "sf1",
+         "sfm",
+         {"F0001.SF1(MLOGO.FMEM_001.SFM)", "F0002.SF1(SLOGO.FMEM_002.SFM)"},
+         5189168},
+        {"sf1", "sfm", "sf1", {"MLOGO.FMEM_001.SFM", "SLOGO.FMEM_002.SFM"}, 5188864},
+        {"sf1", "sfa", "sf1", {"MLOGO.FMEM_001.SFA", "SLOGO.FMEM_002.SFA"}, 6197568},
+        {"sf1",
+         "sf3",
+         "sf1",
+         {"F0001.SF3(MLOGO.FMEM_001.SFA)", "F0002.SF3(SLOGO.FMEM_002.SFA)"},
+         6197872},
+        {"sfa",
+         "sf3",
+         "sfa",
+         {"F0001.SF3(MLOGO.FMEM_001.SFA)", "F0002.SF3(SLOGO.FMEM_002.SFA)"},
+         6197872},
+        {"sfa", "sfm", "sfa", {"MLOGO.FMEM_001.SFM", "SLOGO.FMEM_002.SFM"}, 5188864},
+        {"sfa",
+         "sf1",
+         "sfa",
+         {"F0001.SF1(MLOGO.FMEM_001.SFM)", "F0002.SF1(SLOGO.FMEM_002.SFM)"},
+         5189168},
+        {"sf3", "sfa", "sf3", {"MLOGO.FMEM_001.SFA", "SLOGO.FMEM_002.SFA"}, 6197568},
+        {"sf3", "sfm", "sf3", {"MLOGO.FMEM_001.SFM", "SLOGO.FMEM_002.SFM"}, 5188864},
+        {"sf3",
+         "sf1",
+         "sf3",
+         {"F0001.SF1(MLOGO.FMEM_001.SFM)", "F0002.SF1(SLOGO.FMEM_002.SFM)"},
+         5189168},
+    };
+    for (const MatrixRow& row : rows) {
+        SCOPED_TRACE(std::string(row.from) + " -> " + row.to);
+        TempDir out;
+        const ProcessResult r =
+            Convert({"--from", row.from, "--to", row.to, row.source, out.path()});
+        EXPECT_EQ(r.exitCode, 0) << r.err;
+        EXPECT_EQ(Entries(r), row.entries);
+        EXPECT_EQ(r.outLines.back(), "Convert finished successfully");
+        const std::string first = row.entries[0].substr(0, row.entries[0].find('('));
+        EXPECT_EQ(SizeOf(out.File(first)), row.size);
+        EXPECT_EQ(std::distance(fs::directory_iterator(out.path()), fs::directory_iterator()), 2)
+            << "no temporary frame may stay";
+    }
+    // Renumbering continues above the highest file of either kind.
+    TempDir out;
+    fs::copy_file(root_->File("sf3/F0001.SF3"), out.File("F0007.SF3"));
+    const ProcessResult r = Convert({"--from", "sort", "sf1", out.path()});
+    EXPECT_EQ(r.exitCode, 0) << r.err;
+    EXPECT_EQ(Entries(r), (std::vector<std::string>{"F0008.SF1(MLOGO.FMEM_008.SFM)",
+                                                    "F0009.SF1(SLOGO.FMEM_009.SFM)"}));
+}
+
+TEST_F(ConvertTest, PicturesIntoSf1NumberFillAndKeyInTurn) {
+    TempDir in, out;
+    WriteBytes(in.File("A.tga"), TgaFile(Numbered(16, 8)));  // 32-bit: fill and key
+    TgaOptions rgb;
+    rgb.depth = 24;
+    WriteBytes(in.File("B.tga"), TgaFile(Numbered(16, 8), rgb));
+    std::vector<uint8_t> f4(100, 0);
+    const auto trailer = std::string(256, '\0') + "SFM1" + std::string(4, '\0') +
+                         "MX.FMEM_004.SFM" + std::string(17, '\0') + std::string(4, '\0') + "VVVV";
+    f4.insert(f4.end(), trailer.begin(), trailer.end());
+    WriteBytes(out.File("F0004.SF1"), f4);
+    const ProcessResult r = Convert({"--from", "image", "--to", "sf1", in.path(), out.path()});
+    EXPECT_EQ(r.exitCode, 0) << r.err;
+    EXPECT_EQ(Entries(r),
+              (std::vector<std::string>{"F0005.SF1(MA.FMEM_005.SFM)", "F0006.SF1(SA.FMEM_006.SFM)",
+                                        "F0007.SF1(MB.FMEM_007.SFM)"}));
+    EXPECT_EQ(r.errLines, (std::vector<std::string>{"fseek RGB = 18", "fseek RGB = 18"}));
+}
+
+TEST_F(ConvertTest, The999And1000Templates) {
+    struct Case {
+        const char* existing;
+        const char* picture;
+        int exitCode;
+        std::vector<std::string> out;
+        std::string err;
+    } cases[] = {
+        {"MX.FMEM0998.SFM", "P.bmp", 0, {"MP.FMEM_999.SFM"}, ""},
+        {"MX.FMEM0999.SFM", "P.bmp", 0, {"MP.FMEM1000.SFM"}, ""},
+        // A TGA is handed its key name, FMEM_1000, which is no frame-memory name.
+        {"MX.FMEM0998.SFM",
+         "P.tga",
+         1,
+         {},
+         "Error: Destination file write error [SP.FMEM_1000.SFM]"},
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(std::string(c.existing) + " " + c.picture);
+        TempDir in, out;
+        TgaOptions rgb;
+        rgb.depth = 24;
+        WriteBytes(in.File(c.picture), std::string(c.picture).ends_with(".bmp")
+                                           ? BmpFile(Numbered(8, 2))
+                                           : TgaFile(Numbered(8, 2), rgb));
+        WriteText(out.File(c.existing), "x");
+        const ProcessResult r = Convert({"--from", "image", "--to", "sfm", in.path(), out.path()});
+        EXPECT_EQ(r.exitCode, c.exitCode);
+        EXPECT_EQ(Entries(r), c.out);
+        if (!c.err.empty()) {
+            EXPECT_EQ(r.errLines.back(), c.err);
+        }
+    }
+}
+
+TEST_F(ConvertTest, RefusalsNameTheirCause) {
+    TempDir in, out;
+    WriteBytes(in.File("logo.bmp"), BmpFile(Numbered(4, 4)));
+    WriteText(out.File("MLOGO.FMEM_001.SFM"), "x");
+    ProcessResult r = Convert({"--from", "image", "--to", "sfm", in.path(), out.path()});
+    EXPECT_EQ(r.exitCode, 1);
+    EXPECT_EQ(
+        r.errLines,
+        (std::vector<std::string>{"Error: Already exist name [LOGO] in [MLOGO.FMEM_001.SFM]"}));
+    EXPECT_TRUE(r.outLines.empty());
+
+    TempDir bad, out2;
+    std::vector<uint8_t> tga = TgaFile(Numbered(4, 4));
+    tga[2] = 1;  // colour-mapped: not taken
+    WriteBytes(bad.File("bad.tga"), tga);
+    r = Convert({"--from", "image", "--to", "sfm", bad.path(), out2.path()});
+    EXPECT_EQ(r.exitCode, 1);
+    EXPECT_EQ(r.errLines.back(), "Error: Source file format error [bad.tga]");
+
+    WriteBytes(in.File("tone.wav"), MakeWav(1, 16, 44100, {1, 2, 3}));
+    r = Convert(
+        {"--from", "sfm", "--to", "sfa", "--ch", "1=" + in.File("tone.wav"), "sfm", out2.path()});
+    EXPECT_EQ(r.exitCode, 1);
+    EXPECT_EQ(r.errLines,
+              (std::vector<std::string>{"Error: Audio file sample rate not supported."}));
+}
+
+TEST_F(ConvertTest, AWavFileOnChannel9BecomesTheFirstChannel) {
+    TempDir in, sfa, back;
+    std::vector<uint32_t> samples;
+    for (uint32_t i = 0; i < 4000; ++i) samples.push_back((i * 37) & 0xFFFF);
+    WriteBytes(in.File("tone.wav"), MakeWav(1, 16, 48000, samples));
+    ProcessResult r =
+        Convert({"--from", "sfm", "--to", "sfa", "--sfa-format", "720P/50", "--ch",
+                 "9=" + in.File("tone.wav"), "sfm", sfa.path(), "MLOGO.FMEM_001.SFM"});
+    ASSERT_EQ(r.exitCode, 0) << r.err;
+    r = Convert({"--from", "sfa", "--to", "sfm", sfa.path(), back.path()});
+    ASSERT_EQ(r.exitCode, 0) << r.err;
+    // One frame of 720P/50 holds 960 samples; channels 2 to 4 of the group are silent.
+    const std::vector<uint32_t> first = ReadMono24Wav(back.File("Channel_01.wav"));
+    ASSERT_EQ(first.size(), 960u);
+    for (std::size_t i = 0; i < first.size(); ++i) ASSERT_EQ(first[i], samples[i] << 8) << i;
+    EXPECT_EQ(ReadMono24Wav(back.File("Channel_02.wav")), std::vector<uint32_t>(960, 0));
+    EXPECT_FALSE(fs::exists(back.File("Channel_05.wav")));
+}
+
+TEST_F(ConvertTest, ARoundTripKeepsThePictureSamples) {
+    TempDir a, b, c, d, e, f, g;
+    const std::vector<std::pair<std::vector<std::string>, std::string>> chain = {
+        {{"image", "sfm", "pics"}, a.path()}, {{"sfm", "sf1", a.path()}, b.path()},
+        {{"sf1", "sfm", b.path()}, c.path()}, {{"sfm", "sfa", c.path()}, d.path()},
+        {{"sfa", "sf3", d.path()}, e.path()}, {{"sf3", "sfa", e.path()}, f.path()},
+        {{"sfa", "sfm", f.path()}, g.path()},
+    };
+    for (const auto& [step, to] : chain) {
+        const ProcessResult r = Convert({"--from", step[0], "--to", step[1], step[2], to});
+        ASSERT_EQ(r.exitCode, 0) << step[0] << " -> " << step[1] << ": " << r.err;
+    }
+    const FrameLayout& layout = *GetFrameLayout(kFrameFormat1080);
+    for (const char* name : {"MLOGO.FMEM_001.SFM", "SLOGO.FMEM_002.SFM"}) {
+        PictureFrame before, after;
+        ASSERT_TRUE(DecodeSfmPicture(ReadBytes(a.File(name)), layout, before));
+        ASSERT_TRUE(DecodeSfmPicture(ReadBytes(g.File(name)), layout, after));
+        EXPECT_EQ(before.luma, after.luma) << name;
+        EXPECT_EQ(before.chroma, after.chroma) << name;
+    }
+}
+
+TEST_F(ConvertTest, UsageErrorsWriteNothing) {
+    TempDir out;
+    const std::vector<std::vector<std::string>> bad = {
+        {"--from", "sfm", "--to", "sfm", "sfm", out.path()},
+        {"--from", "jpeg", "--to", "sfm", "pics", out.path()},
+        {"--from", "image", "pics", out.path()},
+        {"--from", "sort", "--to", "sf1", "sf1", out.path()},
+        {"--from", "image", "--to", "sfm", "--sfm-format", "1080p", "pics", out.path()},
+        {"--from", "image", "--to", "sfm", "--ch", "17=x.wav", "pics", out.path()},
+        {"--from", "image", "--to", "sfm", "--bogus", "pics", out.path()},
+        {"--from", "image", "--to", "sfm", "nowhere", out.path()},
+        {"--from", "image", "--to", "sfm", "pics", out.path(), "missing.tga"},
+    };
+    for (const auto& args : bad) {
+        const ProcessResult r = Convert(args);
+        EXPECT_EQ(r.exitCode, 2) << args[1] << " " << args[3];
+        EXPECT_TRUE(r.outLines.empty());
+        EXPECT_FALSE(r.errLines.empty());
+    }
+    EXPECT_EQ(std::distance(fs::directory_iterator(out.path()), fs::directory_iterator()), 0);
+    // A name matches ignoring case when nothing matches exactly.
+    const ProcessResult r =
+        Convert({"--from", "image", "--to", "sfm", "pics", out.path(), "logo.TGA"});
+    EXPECT_EQ(r.exitCode, 0) << r.err;
+}
+
+TEST_F(ConvertTest, UiRunsCanBeCancelledAfterAFileOrFindNothing) {
+    TempDir out;
+    const std::string script = "click 1018\nclick 1023\nfolder source " + root_->File("sfm") + "\nfolder dest " +
+                               out.path() +
+                               "\ncancel-after 1\nexec\ndump\nselect none\nexec\ndump\n";
+    const ProcessResult r = RunFmconv(root_->path(), {"ui", "--real-space-check"}, script);
+    ASSERT_EQ(r.outLines.size(), 2u) << r.out;
+    EXPECT_TRUE(AnyLineHas({r.outLines[0]},
+                           {"\"dest_list\": {\"items\": [\"F0001.SF1(MLOGO.FMEM_001.SFM)\"]}",
+                            "\"1010\": {\"text\": \"Exec\""}));
+    EXPECT_TRUE(AnyLineHas(
+        {r.outLines[1]}, {"\"dest_list\": {\"items\": []}", "\"1013\": {\"text\": \"not found\""}));
+}
+
+}  // namespace
+}  // namespace fmconv::testing

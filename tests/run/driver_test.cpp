@@ -1,0 +1,182 @@
+// The conversion run in the headless window: the failure paths that need an
+// injected free-space figure, a window state the command line cannot make,
+// or Cancel at a known point.
+#include "app/window_fixture.h"
+#include "audio/audio_test_files.h"
+#include "image/picture_files.h"
+
+namespace fmconv::testing {
+namespace {
+
+class DriverTest : public WindowTest {
+  protected:
+    std::string src, dst;
+
+    void SetUp() override {
+        src = dir.MakeDir("src");
+        dst = dir.MakeDir("dst");
+    }
+    void Picture(const std::string& name, unsigned depth = 32) {
+        TgaOptions o;
+        o.depth = depth;
+        WriteBytes(src + "/" + name, TgaFile(Numbered(8, 4), o));
+    }
+    void OpenWithFolders(const std::vector<std::string>& settings) {
+        Open(settings);
+        PickSource(src);
+        PickDest(dst);
+    }
+    int Exec() {
+        dlg->Click(kIdExec);
+        return dlg->WaitForRun();
+    }
+};
+
+TEST_F(DriverTest, ARunEndsWithTheFinishBoxAndTheResetWindow) {
+    Picture("A.tga");
+    OpenWithFolders({"Image File", "SFM", "720P", "1080i/59.94"});
+    S().SetText(kIdDestCount, "old");
+    EXPECT_EQ(Exec(), 0);
+    EXPECT_EQ(Items(kIdDestList), (std::vector<std::string>{"MA.FMEM_001.SFM", "SA.FMEM_002.SFM"}));
+    EXPECT_EQ(BoxTexts(), (std::vector<std::string>{"Finish: Convert finished successfully"}));
+    EXPECT_EQ(host.Boxes().back().icon, platform::BoxIcon::kNone);
+    EXPECT_EQ(Text(kIdDestCount), "2 files");
+    EXPECT_EQ(Text(kIdExec), "Exec");
+    EXPECT_TRUE(Enabled(kIdExec));
+    EXPECT_TRUE(Enabled(kIdClose));
+    EXPECT_FALSE(S().Visible(kIdProgress));
+    EXPECT_EQ(S().State(kIdProgress).position, 1);
+    EXPECT_FALSE(dlg->Converting());
+    EXPECT_EQ(ReadBytes(dst + "/MA.FMEM_001.SFM").size(), 2307264u);  // 720P
+}
+
+TEST_F(DriverTest, FourGibFreeReadsZeroAndRefusesTheRun) {
+    WriteBytes(src + "/MA.FMEM_001.SFM", std::vector<uint8_t>(100, 1));
+    platform::LegacyFreeSpaceProbe legacy(
+        [](const std::string&) { return std::optional<uint64_t>(4ull << 30); });
+    OpenWithFolders({"SFM", "SF1", "1080i/1080PsF", "1080i/59.94"});
+    MainDlgServices services = dlg->Services();
+    services.freeSpace = &legacy;
+    dlg = std::make_unique<CMainDlg>(services);
+    dlg->OnInitDialog();
+    PickSource(src);
+    PickDest(dst);
+    EXPECT_EQ(Exec(), -1);
+    EXPECT_EQ(BoxTexts().back(), "Error: HDD memory is not sufficient!");
+    EXPECT_EQ(host.Boxes().back().icon, platform::BoxIcon::kStop);
+    EXPECT_FALSE(FileExists(dst + "/F0001.SF1"));
+}
+
+TEST_F(DriverTest, StartNumberRefusals) {
+    struct Case {
+        const char* what;
+        std::vector<std::string> settings;
+        std::function<void()> prepare;
+        std::vector<std::string> boxes;
+    } cases[] = {
+        {"pictures into SFM with no SFM format checked",
+         {"Image File", "SFM", "1080i", "x"},
+         [this] { Picture("A.tga"); },
+         {"Error: Cannot create register number."}},
+        {"the 1080 ceiling",
+         {"Image File", "SFM", "1080i/1080PsF", "x"},
+         [this] {
+             Picture("A.tga");
+             WriteText(dst + "/MZ.FMEM1031.SFM", "x");
+         },
+         {"Error: Cannot create register number."}},
+        {"a full SFA destination ends silently",
+         {"SFM", "SFA", "x", "1080i/59.94"},
+         [this] {
+             WriteText(src + "/MA.FMEM_001.SFM", "x");
+             WriteText(dst + "/MZ.FMEM9999.SFA", "x");
+         },
+         {}},
+        {"a name clash shows only the scan's message",
+         {"Image File", "SFA", "x", "720P/50"},
+         [this] {
+             Picture("logo.tga");
+             WriteText(dst + "/SLOGO.FMEM_004.SFA", "x");
+         },
+         {"Error: Already exist name [LOGO] in [SLOGO.FMEM_004.SFA]"}},
+        {"SFM into SF1 beyond F9999",
+         {"SFM", "SF1", "x", "x"},
+         [this] {
+             WriteText(src + "/MA.FMEM_001.SFM", "x");
+             WriteText(dst + "/F9999.SF1", "x");
+         },
+         {"Error: Cannot create register number."}},
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.what);
+        TempDir fresh;
+        src = fresh.MakeDir("src");
+        dst = fresh.MakeDir("dst");
+        c.prepare();
+        const std::size_t before = host.Boxes().size();
+        OpenWithFolders(c.settings);
+        EXPECT_EQ(Exec(), -1);
+        const auto all = BoxTexts();
+        EXPECT_EQ(
+            std::vector<std::string>(all.begin() + static_cast<std::ptrdiff_t>(before), all.end()),
+            c.boxes);
+        EXPECT_TRUE(Items(kIdDestList).empty());
+        EXPECT_EQ(Text(kIdExec), "Exec");
+    }
+}
+
+TEST_F(DriverTest, WithNothingSelectedTheWavFilesAreStillReadAndNoBoxEndsTheRun) {
+    WriteText(src + "/MA.FMEM_001.SFM", "x");
+    OpenWithFolders({"SFM", "SFA", "x", "1080i/59.94"});
+    S().ListSetSelected(kIdSourceList, -1, false);
+    S().SetText(kIdDestCount, "old");
+    EXPECT_EQ(Exec(), 0);
+    EXPECT_TRUE(host.Boxes().empty());
+    EXPECT_EQ(Text(kIdDestCount), "not found");
+
+    host.ScriptFile(dir.File("missing.wav"));
+    dlg->ChannelPage(0).Click(kChannels[0].button);
+    EXPECT_EQ(Exec(), -1);
+    EXPECT_EQ(BoxTexts(), (std::vector<std::string>{"Error: Error reading .WAV file."}));
+}
+
+TEST_F(DriverTest, CancelAfterTheFirstFileStopsWithoutAMessage) {
+    for (const char* name : {"A.tga", "B.tga", "C.tga"}) Picture(name, 24);
+    Open({"Image File", "SFM", "1080i/1080PsF", "1080i/59.94"});
+    MainDlgServices services = dlg->Services();
+    CMainDlg* window = nullptr;
+    services.afterFile = [&window](int done) {
+        if (done == 1) window->Click(kIdExec);  // Cancel
+    };
+    dlg = std::make_unique<CMainDlg>(services);
+    window = dlg.get();
+    dlg->OnInitDialog();
+    PickSource(src);
+    PickDest(dst);
+    S().SetText(kIdDestCount, "old");
+    EXPECT_EQ(Exec(), -1);
+    EXPECT_EQ(Items(kIdDestList), (std::vector<std::string>{"MA.FMEM_001.SFM"}));
+    EXPECT_TRUE(host.Boxes().empty());
+    EXPECT_EQ(Text(kIdDestCount), "old");
+    EXPECT_EQ(Text(kIdExec), "Exec");
+    EXPECT_TRUE(Enabled(kIdExec));
+    EXPECT_FALSE(FileExists(dst + "/MB.FMEM_002.SFM"));
+}
+
+TEST_F(DriverTest, ATemporaryFrameStaysWhenItsWrapperFails) {
+    Picture("A.tga", 24);
+    OpenWithFolders({"Image File", "SF1", "1080i/1080PsF", "1080i/59.94"});
+    MainDlgServices services = dlg->Services();
+    services.copyFile = [](const std::string&, const std::string&) { return false; };
+    dlg = std::make_unique<CMainDlg>(services);
+    dlg->OnInitDialog();
+    PickSource(src);
+    PickDest(dst);
+    EXPECT_EQ(Exec(), -1);
+    EXPECT_EQ(BoxTexts().back(), "Error: Destination file write error [" + dst + "/F0001.SF1]");
+    EXPECT_TRUE(FileExists(dst + "/MA.FMEM_001.SFM.TMP"));
+    EXPECT_EQ(Text(kIdExec), "Exec");
+}
+
+}  // namespace
+}  // namespace fmconv::testing
