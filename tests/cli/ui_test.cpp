@@ -74,17 +74,6 @@ TEST(UiCommand, ChannelFieldsAndTheSettingsFileOnClose) {
               "Convert_File_Directory_Type=SFA\nSFMFormat=1080i/1080PsF\nSFAFormat=1080i/59.94\n");
 }
 
-TEST(UiCommand, CheckMessagesAndClicksDifferOnRadioGroups) {
-    TempDir dir;
-    const ProcessResult r = Ui(dir, "check 1027 on\ndump\nclick 1027\ndump\n");
-    ASSERT_EQ(r.outLines.size(), 2u);
-    EXPECT_NE(r.outLines[0].find("\"1026\": {\"text\": \"1080i/1080PsF\", \"checked\": true"),
-              std::string::npos);
-    EXPECT_NE(r.outLines[0].find("\"1027\": {\"text\": \"720P\", \"checked\": true"), std::string::npos);
-    EXPECT_NE(r.outLines[1].find("\"1026\": {\"text\": \"1080i/1080PsF\", \"checked\": false"),
-              std::string::npos);
-}
-
 TEST(UiCommand, UsageErrors) {
     TempDir dir;
     EXPECT_EQ(RunFmconv(dir.path(), {"ui", "--bogus"}).exitCode, 2);

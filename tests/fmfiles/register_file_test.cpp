@@ -9,9 +9,7 @@
 namespace fmconv {
 namespace {
 
-using testing::TempDir;
-
-TEST(RegisterTrailer, LayoutOfABuiltTrailer) {
+TEST(RegisterTrailer, LayoutValidityAndTheInnerName) {
     const RegisterTrailer t = BuildRegisterTrailer("MLOGO.FMEM_001.SFM");
     for (std::size_t i = 0; i < 256; ++i) ASSERT_EQ(t[i], 0) << i;
     EXPECT_EQ(std::memcmp(&t[256], "SFM1\0\0\0\0MLOGO.FMEM_001.SFM", 26), 0);
@@ -19,44 +17,34 @@ TEST(RegisterTrailer, LayoutOfABuiltTrailer) {
     EXPECT_EQ(std::memcmp(&t[300], "VVVV", 4), 0);
     EXPECT_TRUE(IsValidRegisterTrailer(t));
     EXPECT_EQ(TrailerInnerName(t), "MLOGO.FMEM_001.SFM");
-}
 
-TEST(RegisterTrailer, ANameOf32OrMoreCharactersFillsTheFieldWithoutTerminator) {
+    // 32 characters or more fill the field without a terminator.
     const std::string name32 = "ABCDEFGHIJKLMNOPQRSTUVWXYZ012345";
-    const RegisterTrailer t = BuildRegisterTrailer(name32 + "6789");
-    EXPECT_EQ(std::memcmp(&t[264], name32.data(), 32), 0);
-    EXPECT_EQ(t[296], 0);
-    EXPECT_EQ(TrailerInnerName(t), name32);
+    const RegisterTrailer longName = BuildRegisterTrailer(name32 + "6789");
+    EXPECT_EQ(TrailerInnerName(longName), name32);
+    EXPECT_EQ(longName[296], 0);
+
+    for (std::size_t at : {256u, 259u, 300u, 303u}) {
+        RegisterTrailer broken = t;
+        broken[at] ^= 0x20;
+        EXPECT_FALSE(IsValidRegisterTrailer(broken)) << at;
+        EXPECT_EQ(TrailerInnerName(broken), "MLOGO.FMEM_001.SFM");  // read all the same
+    }
 }
 
-TEST(RegisterTrailer, ValidityNeedsBothMarkers) {
-    RegisterTrailer t = BuildRegisterTrailer("X");
-    t[256] = 's';
-    EXPECT_FALSE(IsValidRegisterTrailer(t));
-    t = BuildRegisterTrailer("X");
-    t[303] = 'W';
-    EXPECT_FALSE(IsValidRegisterTrailer(t));
-    EXPECT_EQ(TrailerInnerName(t), "X");  // the name reads all the same
-}
-
-TEST(RegisterTrailer, ReadTakesTheLast304BytesOfTheFile) {
-    TempDir dir;
+TEST(RegisterTrailer, ReadingTakesTheLast304Bytes) {
+    testing::TempDir dir;
     std::vector<uint8_t> file(1000, 0xAB);
     const RegisterTrailer t = BuildRegisterTrailer("SABC.FMEM_002.SFA");
     file.insert(file.end(), t.begin(), t.end());
     testing::WriteBytes(dir.File("F0001.SF3"), file);
-
+    testing::WriteBytes(dir.File("short.SF1"), std::vector<uint8_t>(303, 1));
+    dir.MakeDir("folder.SF1");
     for (TrailerOpenMode mode : {TrailerOpenMode::kRead, TrailerOpenMode::kReadWrite}) {
         const TrailerRead read = ReadRegisterTrailer(dir.File("F0001.SF3"), mode);
         EXPECT_EQ(read.status, TrailerReadStatus::kOk);
         EXPECT_EQ(read.trailer, t);
     }
-}
-
-TEST(RegisterTrailer, ReadReportsMissingAndShortFiles) {
-    TempDir dir;
-    testing::WriteBytes(dir.File("short.SF1"), std::vector<uint8_t>(303, 1));
-    dir.MakeDir("folder.SF1");
     EXPECT_EQ(ReadRegisterTrailer(dir.File("short.SF1"), TrailerOpenMode::kReadWrite).status,
               TrailerReadStatus::kShort);
     EXPECT_EQ(ReadRegisterTrailer(dir.File("missing.SF1"), TrailerOpenMode::kRead).status,

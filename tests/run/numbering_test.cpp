@@ -157,19 +157,5 @@ TEST(Numbering, RegisterScansRefuseUnreadableFilesAndClashes) {
     }
 }
 
-TEST(Numbering, AnInvalidTrailerStillLendsItsNameToTheListButNotToTheScans) {
-    TempDir dir;
-    std::vector<uint8_t> bytes(100, 0);
-    RegisterTrailer t = BuildRegisterTrailer("MLOGO.FMEM_004.SFM");
-    t[300] = 'X';
-    bytes.insert(bytes.end(), t.begin(), t.end());
-    testing::WriteBytes(dir.File("F0001.SF3"), bytes);
-    RecordingReporter r;
-    EXPECT_EQ(NextInnerRegisterNumber(dir.path(), RegisterKind::kSf3, kNoSelection, r), -3);
-    EXPECT_EQ(TrailerInnerName(
-                  ReadRegisterTrailer(dir.File("F0001.SF3"), TrailerOpenMode::kRead).trailer),
-              "MLOGO.FMEM_004.SFM");
-}
-
 }  // namespace
 }  // namespace fmconv
