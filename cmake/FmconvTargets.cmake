@@ -10,6 +10,12 @@ if(FMCONV_SANITIZE)
   add_link_options(-fsanitize=address,undefined)
 endif()
 
+if(FMCONV_BUILD_FUZZ)
+  # Every library of a fuzzing build carries coverage instrumentation, so that
+  # the fuzzers see which branches of the readers an input reaches.
+  add_compile_options(-fsanitize=fuzzer-no-link)
+endif()
+
 function(fmconv_defaults target)
   target_compile_options(${target} PRIVATE ${FMCONV_WARNINGS})
   target_include_directories(${target} PUBLIC ${PROJECT_SOURCE_DIR}/src)

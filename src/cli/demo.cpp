@@ -1,20 +1,21 @@
 #include "cli/demo.h"
 
+#include <algorithm>
+#include <cmath>
 #include <filesystem>
-#include <optional>
-#include <utility>
+#include <sstream>
 #include <vector>
 
 #include "base/bytes.h"
 #include "base/file_io.h"
 #include "base/text.h"
-#include "fmfiles/sfm_file.h"
-#include "image/picture_convert.h"
-#include "run/naming.h"
+#include "cli/convert_command.h"
 
 namespace fmconv::cli {
 
 namespace {
+
+namespace fs = std::filesystem;
 
 // The demo's own picture: 360 x 180, eight colour bars of 45 pixels (white,
 // yellow, cyan, green, magenta, red, blue, black) over 135 rows, opaque, and
@@ -44,74 +45,127 @@ std::vector<uint8_t> DemoPictureTga() {
     return file;
 }
 
-uint32_t ChecksumOf(const std::string& path) {
-    const std::optional<std::vector<uint8_t>> bytes = ReadFilePrefix(path, 40);
-    return bytes && bytes->size() == 40 ? ReadBe32(&(*bytes)[36]) : 0;
+// A stereo 48 kHz 16-bit WAV file: a 1 kHz tone on the left, 2 kHz on the
+// right, at -12 dBFS, long enough for two frames at 59.94 Hz.
+std::vector<uint8_t> DemoTonesWav() {
+    constexpr uint32_t kFrames = 4000;
+    std::vector<uint8_t> file(44, 0);
+    const auto put = [&](std::size_t at, const char* four) {
+        std::copy(four, four + 4, &file[at]);
+    };
+    put(0, "RIFF");
+    WriteLe32(&file[4], 36 + kFrames * 4);
+    put(8, "WAVE");
+    put(12, "fmt ");
+    WriteLe32(&file[16], 16);
+    WriteLe16(&file[20], 1);
+    WriteLe16(&file[22], 2);
+    WriteLe32(&file[24], 48000);
+    WriteLe32(&file[28], 48000 * 4);
+    WriteLe16(&file[32], 4);
+    WriteLe16(&file[34], 16);
+    put(36, "data");
+    WriteLe32(&file[40], kFrames * 4);
+    const double pi = std::acos(-1.0);
+    for (uint32_t i = 0; i < kFrames; ++i) {
+        for (double hz : {1000.0, 2000.0}) {
+            const auto s =
+                static_cast<int16_t>(std::lround(8192 * std::sin(2 * pi * hz * i / 48000)));
+            file.push_back(static_cast<uint8_t>(s & 0xFF));
+            file.push_back(static_cast<uint8_t>((s >> 8) & 0xFF));
+        }
+    }
+    return file;
 }
 
-// Writes the demo picture, converts it into a fill and a key frame at 1080
-// and prints what it wrote.
-int ConvertDemoPicture(const std::string& folder, std::ostream& out, std::ostream& err) {
-    const std::string picture = JoinPath(folder, "DEMOLOGO.tga");
-    const std::vector<uint8_t> tga = DemoPictureTga();
-    if (!WriteWholeFile(picture, tga)) {
-        err << "fmconv demo: cannot write " << picture << '\n';
-        return 1;
+struct Step {
+    const char* title;
+    ConvertRequest request;
+};
+
+// Runs one conversion as `fmconv convert` would and prints what it wrote.
+bool RunStep(const Step& step, std::ostream& out, std::ostream& err) {
+    out << "\n" << step.title << "\n";
+    std::ostringstream entries, messages;
+    const int code = RunConvert(step.request, entries, messages);
+    std::istringstream said(messages.str());
+    for (std::string line; std::getline(said, line);) out << "  (" << line << ")\n";
+    std::istringstream lines(entries.str());
+    for (std::string line; std::getline(lines, line);) {
+        if (line == "Convert finished successfully") continue;
+        const std::string file = line.substr(0, line.find('('));
+        std::error_code error;
+        const auto size = fs::file_size(JoinPath(step.request.destDir, file), error);
+        out << Format("  %-40s %9llu bytes\n", JoinPath(step.request.destDir, line).c_str(),
+                      static_cast<unsigned long long>(error ? 0 : size));
     }
-    const PictureNames names = MakePictureNames("DEMOLOGO.tga", 5, false);
-    const std::string fill = JoinPath(folder, names.mName);
-    const std::string key = JoinPath(folder, names.sName);
-    const FrameLayout& layout = *GetFrameLayout(kFrameFormat1080);
-    out << Format("\nA picture with alpha, made here, into fill and key at %s (BT.709):\n",
-                  layout.selection);
-    out << Format(
-        "  %-34s %8zu bytes  360 x 180 32-bit TGA: bars over a grey ramp, alpha 255 / 128\n",
-        picture.c_str(), tga.size());
-    std::string trace;
-    const int result = ConvertTgaPicture(picture, fill, key, kFrameFormat1080, 0, 0,
-                                         [&trace](std::string_view line) { trace += line; });
-    out << "  reader trace: " << trace;
-    if (result != kPictureKeyWritten + kFrameFormat1080) {
-        err << "fmconv demo: converting " << picture << " answered " << result << '\n';
-        return 1;
-    }
-    for (const auto& [path, what] : {std::pair{fill, "fill"}, std::pair{key, "key "}}) {
-        out << Format("  %-34s %8u bytes  %s  checksum 0x%08X\n", path.c_str(), layout.fileSize(),
-                      what, ChecksumOf(path));
-    }
-    out << Format("  result %d: fill and key written\n", result);
-    return 0;
+    if (code != 0) err << "fmconv demo: the step above stopped (exit code " << code << ")\n";
+    return code == 0;
 }
 
 }  // namespace
 
 int RunDemo(const std::string& folder, std::ostream& out, std::ostream& err) {
     std::error_code error;
-    std::filesystem::create_directories(folder, error);
-    if (error) {
-        err << "fmconv demo: cannot create folder " << folder << ": " << error.message() << '\n';
+    fs::remove_all(folder, error);  // every run starts afresh, so the numbers repeat
+    const std::string in = JoinPath(folder, "input");
+    for (const char* sub : {"input", "sfm", "sf1", "sfa", "sf3", "back"}) {
+        fs::create_directories(JoinPath(folder, sub), error);
+        if (error) {
+            err << "fmconv demo: cannot create " << JoinPath(folder, sub) << ": " << error.message()
+                << '\n';
+            return 1;
+        }
+    }
+    const std::string picture = JoinPath(in, "DEMOLOGO.tga");
+    const std::string tones = JoinPath(in, "tones.wav");
+    if (!WriteWholeFile(picture, DemoPictureTga()) || !WriteWholeFile(tones, DemoTonesWav())) {
+        err << "fmconv demo: cannot write the inputs into " << in << '\n';
         return 1;
     }
-    out << "Uncovered frames (Y 64, Cb/Cr 512), one per picture format:\n";
-    const char* names[] = {"BLK480I", "BLK576I", "BLK1080", "BLK720P"};
-    for (int format = kFrameFormat480i; format <= kFrameFormat720p; ++format) {
-        const FrameLayout& layout = *GetFrameLayout(format);
-        const std::string name = Format("M%s.FMEM_%03d.SFM", names[format - 1], format);
-        const std::string path = JoinPath(folder, name);
-        SfmHeader header;
-        if (!BuildSfmHeader(path, header, layout.lengthFrom48(), layout.planeBytes)) {
-            err << "fmconv demo: " << name << " is not a frame-memory name\n";
-            return 1;
-        }
-        const std::vector<uint8_t> file = BuildSfmFile(header, layout, MakeUncoveredFrame(layout));
-        if (!WriteWholeFile(path, file)) {
-            err << "fmconv demo: cannot write " << path << '\n';
-            return 1;
-        }
-        out << Format("  %-26s %8zu bytes  %-14s checksum 0x%08X\n", path.c_str(), file.size(),
-                      layout.selection, ReadBe32(&file[36]));
+    out << "Inputs made here:\n"
+        << Format("  %-40s 360 x 180 32-bit TGA: colour bars over a grey ramp, alpha 255 / 128\n",
+                  picture.c_str())
+        << Format("  %-40s stereo 48 kHz 16-bit: 1 kHz left, 2 kHz right\n", tones.c_str());
+
+    const auto request = [&](const char* from, const char* to, const std::string& source,
+                             const char* dest) {
+        ConvertRequest r;
+        r.from = from;
+        r.to = to;
+        r.sourceDir = source;
+        r.destDir = JoinPath(folder, dest);
+        return r;
+    };
+    std::vector<Step> steps = {
+        {"The picture into fill and key SFM frames (1080i/1080PsF, BT.709):",
+         request("image", "sfm", in, "sfm")},
+        {"The picture into SF1 register files:", request("image", "sf1", in, "sf1")},
+        {"The SFM frames with the tones embedded (1080i/59.94, channels 1 and 2):",
+         request("sfm", "sfa", JoinPath(folder, "sfm"), "sfa")},
+        {"The same into SF3 register files; the audio runs on from frame to frame:",
+         request("sfm", "sf3", JoinPath(folder, "sfm"), "sf3")},
+        {"The SF3 files back to SFM frames, their audio out as WAV files:",
+         request("sf3", "sfm", JoinPath(folder, "sf3"), "back")},
+        {"The SF1 files renumbered into the SF3 folder, after its highest number:",
+         request("sort", "", JoinPath(folder, "sf1"), "sf3")},
+    };
+    steps[2].request.channels[1] = tones;
+    steps[3].request.channels[1] = tones;
+    for (const Step& step : steps) {
+        if (!RunStep(step, out, err)) return 1;
     }
-    return ConvertDemoPicture(folder, out, err);
+    out << "\nWAV files written by the extraction (3 203 samples: 1 601 + 1 602 for two frames):\n";
+    std::vector<fs::path> wavs;
+    for (const auto& entry : fs::directory_iterator(JoinPath(folder, "back"))) {
+        if (entry.path().extension() == ".wav") wavs.push_back(entry.path());
+    }
+    std::sort(wavs.begin(), wavs.end());
+    for (const fs::path& wav : wavs) {
+        out << Format("  %-40s %9llu bytes\n", wav.string().c_str(),
+                      static_cast<unsigned long long>(fs::file_size(wav)));
+    }
+    return 0;
 }
 
 }  // namespace fmconv::cli
