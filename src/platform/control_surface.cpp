@@ -103,8 +103,7 @@ bool ControlSurface::Visible(int id) const {
 
 void ControlSurface::SetText(int id, std::string text) {
     Mutate(id, [&](Control* c) {
-        bool changed = false;
-        changed = c->state.text != text;
+        const bool changed = c->state.text != text;
         c->state.text = std::move(text);
         return changed;
     });
@@ -112,8 +111,7 @@ void ControlSurface::SetText(int id, std::string text) {
 
 void ControlSurface::SetChecked(int id, bool checked) {
     Mutate(id, [&](Control* c) {
-        bool changed = false;
-        changed = c->state.checked != checked;
+        const bool changed = c->state.checked != checked;
         c->state.checked = checked;
         return changed;
     });
@@ -121,8 +119,7 @@ void ControlSurface::SetChecked(int id, bool checked) {
 
 void ControlSurface::SetEnabled(int id, bool enabled) {
     Mutate(id, [&](Control* c) {
-        bool changed = false;
-        changed = c->state.enabled != enabled;
+        const bool changed = c->state.enabled != enabled;
         c->state.enabled = enabled;
         return changed;
     });
@@ -130,8 +127,7 @@ void ControlSurface::SetEnabled(int id, bool enabled) {
 
 void ControlSurface::SetVisible(int id, bool visible) {
     Mutate(id, [&](Control* c) {
-        bool changed = false;
-        changed = c->state.visible != visible;
+        const bool changed = c->state.visible != visible;
         c->state.visible = visible;
         return changed;
     });
@@ -225,8 +221,7 @@ bool ControlSurface::ListDelete(int id, int index) {
 
 void ControlSurface::ListReset(int id) {
     Mutate(id, [&](Control* c) {
-        bool changed = false;
-        changed = !c->state.items.empty();
+        const bool changed = !c->state.items.empty();
         c->state.items.clear();
         c->state.selected.clear();
         return changed;
@@ -332,8 +327,7 @@ int ControlSurface::ListSelectString(int id, std::string_view prefix) {
 
 void ControlSurface::ProgressSetRange(int id, int lower, int upper) {
     Mutate(id, [&](Control* c) {
-        bool changed = false;
-        changed = c->state.lower != lower || c->state.upper != upper;
+        const bool changed = c->state.lower != lower || c->state.upper != upper;
         c->state.lower = lower;
         c->state.upper = upper;
         return changed;
@@ -342,8 +336,7 @@ void ControlSurface::ProgressSetRange(int id, int lower, int upper) {
 
 void ControlSurface::ProgressSetPos(int id, int position) {
     Mutate(id, [&](Control* c) {
-        bool changed = false;
-        changed = c->state.position != position;
+        const bool changed = c->state.position != position;
         c->state.position = position;
         return changed;
     });
