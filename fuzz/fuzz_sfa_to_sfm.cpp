@@ -16,6 +16,7 @@
 #include <string>
 #include <vector>
 
+#include "fuzz_work_folder.h"
 #include "audio/packed_words.h"
 #include "audio/sfa_to_sfm.h"
 #include "audio/stored_raster.h"
@@ -27,27 +28,8 @@ using namespace fmconv;
 
 constexpr uint32_t kCodes[] = {0, 1, 2, 3, 4, 7, 11};
 
-// A folder of this process's own, removed when the fuzzer exits.
-class WorkFolderHolder {
-  public:
-    WorkFolderHolder()
-        : path_((std::filesystem::temp_directory_path() /
-                 ("fmconv-fuzz-sfa-" + std::to_string(::getpid())))
-                    .string()) {
-        std::filesystem::create_directories(path_);
-    }
-    ~WorkFolderHolder() {
-        std::error_code error;
-        std::filesystem::remove_all(path_, error);
-    }
-    const std::string& path() const { return path_; }
-
-  private:
-    std::string path_;
-};
-
 const std::string& WorkFolder() {
-    static const WorkFolderHolder folder;
+    static const fmconv::fuzz::WorkFolder folder("sfa");
     return folder.path();
 }
 

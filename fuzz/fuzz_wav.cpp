@@ -8,32 +8,14 @@
 #include <filesystem>
 #include <string>
 
+#include "fuzz_work_folder.h"
 #include "audio/wav.h"
 #include "base/file_io.h"
 
 namespace {
 
-// A folder of this process's own, removed when the fuzzer exits.
-class WorkFolderHolder {
-  public:
-    WorkFolderHolder()
-        : path_((std::filesystem::temp_directory_path() /
-                 ("fmconv-fuzz-wav-" + std::to_string(::getpid())))
-                    .string()) {
-        std::filesystem::create_directories(path_);
-    }
-    ~WorkFolderHolder() {
-        std::error_code error;
-        std::filesystem::remove_all(path_, error);
-    }
-    const std::string& path() const { return path_; }
-
-  private:
-    std::string path_;
-};
-
 const std::string& WorkFolder() {
-    static const WorkFolderHolder folder;
+    static const fmconv::fuzz::WorkFolder folder("wav");
     return folder.path();
 }
 

@@ -34,15 +34,6 @@ constexpr std::size_t kSdFieldGapBytes = 2880;
 // frame builder never needs.
 constexpr uint64_t kSf1UnreadTail = 352;
 
-uint8_t ByteOr0(std::span<const uint8_t> bytes, std::size_t index) {
-    return index < bytes.size() ? bytes[index] : 0;
-}
-
-void CopyHeaderBytes(uint8_t* dest, std::span<const uint8_t> source, std::size_t from,
-                     std::size_t count) {
-    for (std::size_t i = from; i < from + count; ++i) dest[i] = ByteOr0(source, i);
-}
-
 // Adds eight bytes to eight bytes lane by lane, modulo 256 each: the top
 // bits are added apart so that no carry crosses into the next byte.
 uint64_t AddByteLanes(uint64_t a, uint64_t b) {
@@ -100,15 +91,15 @@ int BuildSfaFrame(std::span<const uint8_t> source, std::span<uint8_t> dest, std:
 
     uint8_t* header = dest.data();
     std::memset(header, 0, kHeaderSize);
-    CopyHeaderBytes(header, source, 0, 8);
+    CopyOrZero(header, source, 0, 8);
     PutFrameNameField(header + 8, name);
-    CopyHeaderBytes(header, source, 20, 16);
+    CopyOrZero(header + 20, source, 20, 16);
     WriteBe32(header + 40, static_cast<uint32_t>(2 * plane + 16));
     header[44] = kSfaHeaderByte44;
-    CopyHeaderBytes(header, source, 45, 7);  // 45-47, then 48-51: the mark and the code
+    CopyOrZero(header + 45, source, 45, 7);  // 45-47, then 48-51: the mark and the code
     WriteBe32(header + 52, static_cast<uint32_t>(plane));
     WriteBe32(header + 56, static_cast<uint32_t>(plane));
-    CopyHeaderBytes(header, source, 60, 4);
+    CopyOrZero(header + 60, source, 60, 4);
 
     const std::span<uint8_t> payload = dest.subspan(kHeaderSize, 2 * plane);
     const bool sd = IsStandardDefinition(code);

@@ -71,13 +71,6 @@ std::array<uint16_t, 4> FourWordsAt(std::span<const uint8_t> bytes, uint64_t bit
     return words;
 }
 
-void CopyBytesOr0(uint8_t* dest, std::span<const uint8_t> source, std::size_t from,
-                  std::size_t count) {
-    const std::size_t held = from < source.size() ? std::min(count, source.size() - from) : 0;
-    if (held > 0) std::memcpy(dest, source.data() + from, held);
-    std::memset(dest + held, 0, count - held);
-}
-
 }  // namespace
 
 std::array<uint16_t, 4> UnpackFourWords(std::span<const uint8_t> bytes, int phase) {
@@ -266,16 +259,16 @@ int BuildSfmFromSfa(std::span<uint8_t> sfa, std::span<uint8_t> sfm, std::string_
 
     uint8_t* header = sfm.data();
     std::memset(header, 0, kHeaderSize);
-    CopyBytesOr0(header, sfa, 0, 8);
+    CopyOrZero(header, sfa, 0, 8);
     PutFrameNameField(header + 8, name);
-    CopyBytesOr0(header + 20, sfa, 20, 16);
+    CopyOrZero(header + 20, sfa, 20, 16);
     WriteBe32(header + 40, static_cast<uint32_t>(2 * plane + 16));
     header[44] = 0x24;
-    CopyBytesOr0(header + 45, sfa, 45, 3);
-    CopyBytesOr0(header + 50, sfa, 50, 2);  // 48 and 49 stay 0: a picture frame
+    CopyOrZero(header + 45, sfa, 45, 3);
+    CopyOrZero(header + 50, sfa, 50, 2);  // 48 and 49 stay 0: a picture frame
     WriteBe32(header + 52, static_cast<uint32_t>(plane));
     WriteBe32(header + 56, static_cast<uint32_t>(plane));
-    CopyBytesOr0(header + 60, sfa, 60, 4);
+    CopyOrZero(header + 60, sfa, 60, 4);
 
     const std::span<uint8_t> payload =
         sfa.size() > kHeaderSize ? sfa.subspan(kHeaderSize) : std::span<uint8_t>();
@@ -303,7 +296,7 @@ int BuildSfmFromSfa(std::span<uint8_t> sfa, std::span<uint8_t> sfm, std::string_
                 std::memset(to, 0, leadIn);
                 to += leadIn;
                 from += hblankBytes;
-                CopyBytesOr0(to, payload, from, activeBytes);
+                CopyOrZero(to, payload, from, activeBytes);
                 from += activeBytes;
                 to += activeBytes;
             }

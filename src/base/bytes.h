@@ -3,8 +3,11 @@
 // bytes so that the host's own order never matters.
 #pragma once
 
+#include <algorithm>
 #include <cstddef>
 #include <cstdint>
+#include <cstring>
+#include <span>
 
 namespace fmconv {
 
@@ -42,6 +45,15 @@ inline void WriteLe32(uint8_t* p, uint32_t v) {
     p[1] = static_cast<uint8_t>(v >> 8);
     p[2] = static_cast<uint8_t>(v >> 16);
     p[3] = static_cast<uint8_t>(v >> 24);
+}
+
+// Copies count bytes of source from offset `from` on to dest; bytes the
+// source does not hold (a short or truncated file) are zero.
+inline void CopyOrZero(uint8_t* dest, std::span<const uint8_t> source, std::size_t from,
+                       std::size_t count) {
+    const std::size_t held = from < source.size() ? std::min(count, source.size() - from) : 0;
+    if (held > 0) std::memcpy(dest, source.data() + from, held);
+    if (count > held) std::memset(dest + held, 0, count - held);
 }
 
 }  // namespace fmconv

@@ -33,7 +33,7 @@ void QtDialogHost::ShowMessageBox(const platform::MessageBoxRequest& box) {
         if (box.icon == platform::BoxIcon::kExclamation) icon = QMessageBox::Warning;
         QMessageBox message(icon, QString::fromLocal8Bit(box.caption),
                             QString::fromLocal8Bit(box.text), QMessageBox::Ok, owner_);
-        message.exec();
+        ExecModal(message);
     });
 }
 
@@ -98,8 +98,12 @@ void QtDialogHost::ShowModalDialog(const platform::ModalDialogContent& content) 
                 QObject::connect(ok, &QPushButton::clicked, &dialog, &QDialog::accept);
             }
         }
-        dialog.exec();
+        ExecModal(dialog);
     });
+}
+
+void QtDialogHost::ExecModal(QDialog& dialog) {
+    dialog.exec();
 }
 
 void QtDialogHost::Launch(const std::string& commandLine) {
@@ -107,7 +111,10 @@ void QtDialogHost::Launch(const std::string& commandLine) {
 }
 
 void QtDialogHost::NudgePointer() {
-    OnGuiThread([] { QCursor::setPos(QCursor::pos() + QPoint(1, 0)); });
+    // Not waited for: the run's last act must never wait on the GUI thread,
+    // which may by then be waiting for the run's thread to end.
+    QMetaObject::invokeMethod(
+        this, [] { QCursor::setPos(QCursor::pos() + QPoint(1, 0)); }, Qt::QueuedConnection);
 }
 
 void QtDialogHost::EndDialog(int result) {

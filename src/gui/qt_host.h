@@ -3,6 +3,7 @@
 // worker is carried to the GUI thread and the worker waits for the answer.
 #pragma once
 
+#include <QDialog>
 #include <QObject>
 #include <QPointer>
 #include <QWidget>
@@ -37,6 +38,8 @@ class QtDialogHost : public QObject, public platform::DialogHost {
   protected:
     // Runs f on the GUI thread and waits for it.
     void OnGuiThread(const std::function<void()>& f);
+    // Shows a modal dialog (a message box, the About box) until it is closed.
+    virtual void ExecModal(QDialog& dialog);
 
   private:
     QPointer<QWidget> owner_;

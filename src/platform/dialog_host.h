@@ -43,7 +43,8 @@ class DialogHost {
     // Starts a program without waiting for it; failures are silent.
     virtual void Launch(const std::string& commandLine) = 0;
     // Moves the pointer one pixel to the right, so that the cursor is asked
-    // for again; nothing where there is no pointer.
+    // for again; nothing where there is no pointer. Returns without waiting
+    // for the window's thread.
     virtual void NudgePointer() = 0;
     // The dialog has ended (its modal loop returns).
     virtual void EndDialog(int result) = 0;

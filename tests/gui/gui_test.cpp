@@ -39,15 +39,12 @@ class ScriptedHost : public gui::QtDialogHost {
             std::lock_guard lock(mutex);
             boxes.push_back(box.caption + ": " + box.text);
         }
-        QMetaObject::invokeMethod(
-            qApp,
-            [] {
-                QTimer::singleShot(20, [] {
-                    if (QWidget* modal = QApplication::activeModalWidget()) modal->close();
-                });
-            },
-            Qt::QueuedConnection);
         QtDialogHost::ShowMessageBox(box);
+    }
+    // The user answers each box (and the About box) with OK as soon as it shows.
+    void ExecModal(QDialog& dialog) override {
+        QTimer::singleShot(0, &dialog, &QDialog::accept);
+        dialog.exec();
     }
     std::string BrowseForFolder(const std::string&, const std::string&, bool) override {
         return Next(folders);
