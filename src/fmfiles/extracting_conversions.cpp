@@ -23,10 +23,11 @@ enum class Output { kSfm, kSf1 };
 // "F0" + the last three characters of the stem when its fourth-last is "_",
 // else "F" + its last four; then ".SF1".
 std::string Sf1NameFromStem(std::string_view stem) {
-    if (stem.size() >= 4 && stem[stem.size() - 4] == '_') {
-        return "F0" + std::string(LastChars(stem, 3)) + ".SF1";
-    }
-    return "F" + std::string(LastChars(stem, 4)) + ".SF1";
+    const bool underscore = stem.size() >= 4 && stem[stem.size() - 4] == '_';
+    std::string name = underscore ? "F0" : "F";
+    name.append(LastChars(stem, underscore ? 3 : 4));
+    name.append(".SF1");
+    return name;
 }
 
 std::string Convert(const std::string& sourceDir, const std::string& sourceName,
