@@ -13,10 +13,8 @@ std::vector<uint8_t> MakeWav(uint16_t channels, uint16_t bits, uint32_t rate,
     const uint32_t bytesPerSample = bits / 8u;
     const uint32_t dataBytes = static_cast<uint32_t>(interleaved.size()) * bytesPerSample;
     std::vector<uint8_t> file(44 + dataBytes);
-    std::memcpy(&file[0], "RIFF", 4);
+    std::memcpy(&file[0], "RIFF\0\0\0\0WAVEfmt ", 16);
     WriteLe32(&file[4], 36 + dataBytes);
-    std::memcpy(&file[8], "WAVE", 4);
-    std::memcpy(&file[12], "fmt ", 4);
     WriteLe32(&file[16], 16);
     WriteLe16(&file[20], 1);
     WriteLe16(&file[22], channels);
@@ -64,17 +62,8 @@ std::vector<uint8_t> MakeVariedSfm(const FrameLayout& layout, const std::string&
 }
 
 int FrameFormatOf(uint32_t code) {
-    switch (code) {
-        case 0:
-            return kFrameFormat480i;
-        case 1:
-            return kFrameFormat576i;
-        case 2:
-        case 11:
-            return kFrameFormat720p;
-        default:
-            return kFrameFormat1080;
-    }
+    if (code <= 1) return code == 0 ? kFrameFormat480i : kFrameFormat576i;
+    return code == 2 || code == 11 ? kFrameFormat720p : kFrameFormat1080;
 }
 
 }  // namespace fmconv::testing

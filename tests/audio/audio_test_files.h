@@ -1,6 +1,4 @@
-// Inputs the audio tests build for themselves: WAV files, SFM frames with a
-// varied picture, and a plain bit-by-bit reader of packed 10-bit words to
-// check the engine's packing against.
+// Inputs the audio tests build for themselves, and a plain reader of packed words.
 #pragma once
 
 #include <cstdint>
@@ -11,21 +9,17 @@
 
 namespace fmconv::testing {
 
-// A RIFF/WAVE PCM file: "fmt " (16 bytes) and "data" chunks. Samples are
-// interleaved frame by frame and written little-endian in bits / 8 bytes
-// (8-bit samples as the raw unsigned byte).
+// A PCM WAV file, its samples interleaved, little-endian in bits / 8 bytes.
 std::vector<uint8_t> MakeWav(uint16_t channels, uint16_t bits, uint32_t rate,
                              const std::vector<uint32_t>& interleaved);
 
-// The samples of a mono 24-bit WAV file as this converter writes them
-// (44-byte header), least significant byte first.
+// The samples of a mono 24-bit WAV file with a 44-byte header.
 std::vector<uint32_t> ReadMono24Wav(const std::string& path);
 
 // The 10-bit word at any bit position, read one bit at a time (0 beyond the end).
 uint16_t PlainWordAt(const std::vector<uint8_t>& bytes, uint64_t bitPos);
 
-// An SFM frame of the layout named `name` whose samples are random but in
-// range (Y 64..940, C 64..960).
+// An SFM frame of the layout named `name`, random samples in range.
 std::vector<uint8_t> MakeVariedSfm(const FrameLayout& layout, const std::string& name,
                                    uint32_t seed);
 
