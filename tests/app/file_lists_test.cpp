@@ -11,51 +11,39 @@ void WriteRegister(const std::string& path, const std::string& inner) {
     WriteBytes(path, bytes);
 }
 
-TEST_F(WindowTest, PicturesAreListedOnceEachSortedAndSelected) {
+TEST_F(WindowTest, PicturesAreListedOnceEachSortedSelectedAndCounted) {
     const std::string src = dir.MakeDir("src");
-    for (const char* f : {"c.Bmp", "b.tiff", "a.TIF", "d.jpeg", "e.tif.bak"}) WriteText(src + "/" + f, "x");
+    for (const char* f : {"c.Bmp", "b.tiff", "a.TIF", "d.jpeg", "e.tif.bak"})
+        WriteText(src + "/" + f, "x");
     Open();
     PickSource(src);
     EXPECT_EQ(Items(kIdSourceList), (std::vector<std::string>{"a.TIF", "b.tiff", "c.Bmp"}));
     EXPECT_EQ(S().ListSelCount(kIdSourceList), 3);
     EXPECT_EQ(Text(kIdSourceCount), "3 files");
-    EXPECT_EQ(Text(kIdSourcePath), src);
+    EXPECT_EQ(dlg->SourceFolderMemory(), src.substr(0, 4));
     EXPECT_FALSE(Enabled(kIdExec));  // the destination is not chosen yet
+
+    PickSource("");  // a cancelled picker changes nothing; it opened at the memory
+    EXPECT_EQ(Text(kIdSourcePath), src);
+    EXPECT_EQ(host.LastFolderSelection(), src.substr(0, 4));
+    EXPECT_EQ(Items(kIdSourceList).size(), 3u);
+    PickDest("");
+    EXPECT_FALSE(Enabled(kIdExec));
     PickDest(dir.MakeDir("dst"));
     EXPECT_TRUE(Enabled(kIdExec));
     EXPECT_EQ(Text(kIdDestCount), "not found");
-}
 
-TEST_F(WindowTest, ACancelledPickerChangesNothingAndTheMemoryKeepsFourCharacters) {
-    const std::string src = dir.MakeDir("src");
-    WriteText(src + "/a.tga", "x");
-    Open();
-    PickSource(src);
-    EXPECT_EQ(dlg->SourceFolderMemory(), src.substr(0, 4));
-    PickSource("");  // cancelled
-    EXPECT_EQ(Text(kIdSourcePath), src);
-    EXPECT_EQ(Items(kIdSourceList), (std::vector<std::string>{"a.tga"}));
-    EXPECT_EQ(host.LastFolderSelection(), src.substr(0, 4));  // opened at the memory
-    PickDest("");
-    EXPECT_EQ(Text(kIdDestPath), "");
-    EXPECT_EQ(dlg->DestFolderMemory(), "");
-}
-
-TEST_F(WindowTest, AllTogglesTheWholeSelection) {
-    const std::string src = dir.MakeDir("src");
-    for (const char* f : {"a.tga", "b.tga", "c.tga"}) WriteText(src + "/" + f, "x");
-    Open();
-    PickSource(src);
-    dlg->Click(kIdAll);
-    EXPECT_EQ(S().ListSelCount(kIdSourceList), 0);
-    EXPECT_EQ(Text(kIdSourceCount), "0 files");
-    dlg->Click(kIdAll);
-    EXPECT_EQ(S().ListSelCount(kIdSourceList), 3);
-    S().ListSetSelection(kIdSourceList, {1});
+    // "All" clears a full selection and fills any other.
+    const std::pair<std::vector<int>, int> steps[] = {{{0, 1, 2}, 0}, {{}, 3}, {{1}, 3}};
+    for (const auto& [before, after] : steps) {
+        S().ListSetSelection(kIdSourceList, before);
+        dlg->Click(kIdAll);
+        EXPECT_EQ(S().ListSelCount(kIdSourceList), after);
+        EXPECT_EQ(Text(kIdSourceCount), std::to_string(after) + " files");
+    }
+    S().ListSetSelection(kIdSourceList, {2});
     dlg->OnSourceListSelChange();
     EXPECT_EQ(Text(kIdSourceCount), "1 files");
-    dlg->Click(kIdAll);
-    EXPECT_EQ(Text(kIdSourceCount), "3 files");
 }
 
 TEST_F(WindowTest, RegisterFilesShowTheirInnerNames) {
@@ -84,12 +72,17 @@ struct OverlapCase {
 
 TEST_F(WindowTest, OverlapWarnings) {
     const OverlapCase cases[] = {
-        {"two frames of one name", {"SFM", "SFA"}, {"MLOGO.FMEM_001.SFM", "MLOGO.FMEM_002.SFM"},
+        {"two frames of one name",
+         {"SFM", "SFA"},
+         {"MLOGO.FMEM_001.SFM", "MLOGO.FMEM_002.SFM"},
          "FM name overlaps\n\n[MLOGO.FMEM_001.SFM and MLOGO.FMEM_002.SFM]"},
-        {"fill and key do not overlap", {"SFM", "SFA"}, {"MLOGO.FMEM_001.SFM", "SLOGO.FMEM_002.SFM"},
+        {"fill and key do not overlap",
+         {"SFM", "SFA"},
+         {"MLOGO.FMEM_001.SFM", "SLOGO.FMEM_002.SFM"},
          ""},
         {"pictures are not checked", {"Image File", "SFM"}, {"logo.bmp", "LOGO.tga"}, ""},
-        {"sort mode: annotated items take the 8-character rule", {"SF1/SF3 Sort", "SF1"},
+        {"sort mode: annotated items take the 8-character rule",
+         {"SF1/SF3 Sort", "SF1"},
          {"F0001.SF1", "F0001.SF3"},
          "FM name overlaps\n\n[F0001.SF1(MA.FMEM_001.SFM) and F0001.SF3(MA.FMEM_001.SFA)]"},
     };
@@ -98,7 +91,8 @@ TEST_F(WindowTest, OverlapWarnings) {
         TempDir folder;
         for (const std::string& f : c.files) {
             if (f.ends_with(".SF1") || f.ends_with(".SF3")) {
-                WriteRegister(folder.File(f), f.ends_with(".SF1") ? "MA.FMEM_001.SFM" : "MA.FMEM_001.SFA");
+                WriteRegister(folder.File(f),
+                              f.ends_with(".SF1") ? "MA.FMEM_001.SFM" : "MA.FMEM_001.SFA");
             } else {
                 WriteText(folder.File(f), "x");
             }

@@ -1,12 +1,13 @@
 #include "run_fmconv.h"
 
 #include <fcntl.h>
-#include <poll.h>
+#include <spawn.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
-#include <cstring>
 #include <sstream>
+
+#include "support/temp_dir.h"
 
 namespace fmconv::testing {
 
@@ -21,65 +22,34 @@ std::vector<std::string> Lines(const std::string& text) {
 
 ProcessResult RunFmconv(const std::string& workingDirectory, const std::vector<std::string>& args,
                         const std::string& stdinText) {
-    int in[2], out[2], err[2];
-    if (::pipe(in) != 0 || ::pipe(out) != 0 || ::pipe(err) != 0) return {};
-    const pid_t pid = ::fork();
-    if (pid == 0) {
-        ::dup2(in[0], 0);
-        ::dup2(out[1], 1);
-        ::dup2(err[1], 2);
-        for (int fd : {in[0], in[1], out[0], out[1], err[0], err[1]}) ::close(fd);
-        if (::chdir(workingDirectory.c_str()) != 0) ::_exit(126);
-        std::vector<char*> argv;
-        std::string program = FMCONV_BINARY;
-        argv.push_back(program.data());
-        std::vector<std::string> copies = args;
-        for (std::string& a : copies) argv.push_back(a.data());
-        argv.push_back(nullptr);
-        ::execv(argv[0], argv.data());
-        ::_exit(127);
-    }
-    ::close(in[0]);
-    ::close(out[1]);
-    ::close(err[1]);
-    // Feed stdin and drain both outputs together so that nothing blocks.
-    std::size_t written = 0;
-    if (stdinText.empty()) ::close(in[1]);
-    bool inOpen = !stdinText.empty();
+    // Standard input, output and error go through files of the test's own.
+    TempDir io;
+    WriteText(io.File("in"), stdinText);
+    posix_spawn_file_actions_t actions;
+    posix_spawn_file_actions_init(&actions);
+    posix_spawn_file_actions_addopen(&actions, 0, io.File("in").c_str(), O_RDONLY, 0);
+    posix_spawn_file_actions_addopen(&actions, 1, io.File("out").c_str(), O_WRONLY | O_CREAT, 0600);
+    posix_spawn_file_actions_addopen(&actions, 2, io.File("err").c_str(), O_WRONLY | O_CREAT, 0600);
+    posix_spawn_file_actions_addchdir_np(&actions, workingDirectory.c_str());
+    std::vector<std::string> all = {FMCONV_BINARY};
+    all.insert(all.end(), args.begin(), args.end());
+    std::vector<char*> argv;
+    for (std::string& a : all) argv.push_back(a.data());
+    argv.push_back(nullptr);
+    pid_t pid = 0;
     ProcessResult result;
-    bool outOpen = true, errOpen = true;
-    while (outOpen || errOpen || inOpen) {
-        pollfd fds[3];
-        int n = 0;
-        if (outOpen) fds[n++] = {out[0], POLLIN, 0};
-        if (errOpen) fds[n++] = {err[0], POLLIN, 0};
-        if (inOpen) fds[n++] = {in[1], POLLOUT, 0};
-        if (::poll(fds, static_cast<nfds_t>(n), -1) < 0) break;
-        for (int i = 0; i < n; ++i) {
-            if (fds[i].revents == 0) continue;
-            if (fds[i].fd == in[1]) {
-                const ssize_t w = ::write(in[1], stdinText.data() + written, stdinText.size() - written);
-                if (w > 0) written += static_cast<std::size_t>(w);
-                if (w <= 0 || written == stdinText.size()) {
-                    ::close(in[1]);
-                    inOpen = false;
-                }
-                continue;
-            }
-            char buffer[4096];
-            const ssize_t r = ::read(fds[i].fd, buffer, sizeof buffer);
-            std::string& sink = fds[i].fd == out[0] ? result.out : result.err;
-            if (r > 0) {
-                sink.append(buffer, static_cast<std::size_t>(r));
-            } else {
-                (fds[i].fd == out[0] ? outOpen : errOpen) = false;
-                ::close(fds[i].fd);
-            }
-        }
+    if (posix_spawn(&pid, argv[0], &actions, nullptr, argv.data(), environ) == 0) {
+        int status = 0;
+        ::waitpid(pid, &status, 0);
+        result.exitCode = WIFEXITED(status) ? WEXITSTATUS(status) : -1;
     }
-    int status = 0;
-    ::waitpid(pid, &status, 0);
-    result.exitCode = WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+    posix_spawn_file_actions_destroy(&actions);
+    const auto text = [&](const char* name) {
+        const auto bytes = ReadBytes(io.File(name));
+        return std::string(bytes.begin(), bytes.end());
+    };
+    result.out = text("out");
+    result.err = text("err");
     result.outLines = Lines(result.out);
     result.errLines = Lines(result.err);
     return result;

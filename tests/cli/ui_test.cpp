@@ -1,6 +1,7 @@
 // `fmconv ui` driven by scripts, as automation drives it.
 #include <gtest/gtest.h>
 
+#include "image/picture_files.h"
 #include "run_fmconv.h"
 #include "support/temp_dir.h"
 
@@ -22,8 +23,9 @@ TEST(UiCommand, EveryLineIsOneJsonObject) {
     }
     EXPECT_TRUE(AnyLineHas(r.outLines, {"\"1019\": {\"text\": \"Image File\", \"checked\": true, "
                                         "\"enabled\": true, \"visible\": true}"}));
-    EXPECT_TRUE(AnyLineHas(r.outLines, {"\"1017\": {\"text\": \"SF1/SF3 Sort\", \"checked\": false, "
-                                        "\"enabled\": true, \"visible\": false}"}));
+    EXPECT_TRUE(
+        AnyLineHas(r.outLines, {"\"1017\": {\"text\": \"SF1/SF3 Sort\", \"checked\": false, "
+                                "\"enabled\": true, \"visible\": false}"}));
     EXPECT_TRUE(AnyLineHas(r.outLines, {"\"3:1085\": {\"text\": \"clear\""}));
     EXPECT_TRUE(AnyLineHas(r.outLines, {"\"page\": 0"}));
     EXPECT_EQ(r.outLines[1].rfind("{\"error\": ", 0), 0u);
@@ -51,16 +53,17 @@ TEST(UiCommand, FoldersSelectionAndCounts) {
                                         "\"enabled\": true",
                                         "\"1013\": {\"text\": \"not found\""}));
     // A cancelled picker (empty path) keeps the folder.
-    EXPECT_TRUE(AnyLineHas(r.outLines, {"\"selected\": []", "\"1012\": {\"text\": \"0 files\"",
-                                        "my src"}));
+    EXPECT_TRUE(
+        AnyLineHas(r.outLines, {"\"selected\": []", "\"1012\": {\"text\": \"0 files\"", "my src"}));
 }
 
 TEST(UiCommand, ChannelFieldsAndTheSettingsFileOnClose) {
     TempDir dir;
     WriteText(dir.File("ParvoClient.usr"), "[Other]\nkeep=1\n");
     const ProcessResult r =
-        Ui(dir, "wav 1 /early.wav\nclick 1024\nwav 2 /x/left one.wav\nwav 9 /x/b.wav\n"
-                "tab 2\nwav 2 clear\nwav 3 /x/c.wav\nwav 3\ndump\nclose\ndump\n");
+        Ui(dir,
+           "wav 1 /early.wav\nclick 1024\nwav 2 /x/left one.wav\nwav 9 /x/b.wav\n"
+           "tab 2\nwav 2 clear\nwav 3 /x/c.wav\nwav 3\ndump\nclose\ndump\n");
     ASSERT_EQ(r.outLines.size(), 1u) << r.out;  // nothing after close
     const std::string& state = r.outLines[0];
     EXPECT_NE(state.find("\"0:1055\": {\"text\": \"\""), std::string::npos);  // audio was off
@@ -72,6 +75,19 @@ TEST(UiCommand, ChannelFieldsAndTheSettingsFileOnClose) {
     EXPECT_EQ(std::string(bytes.begin(), bytes.end()),
               "[Other]\nkeep=1\n[FILEMANAGER]\nOriginal_File_Directory_Type=Image File\n"
               "Convert_File_Directory_Type=SFA\nSFMFormat=1080i/1080PsF\nSFAFormat=1080i/59.94\n");
+}
+
+TEST(UiCommand, ARunStopsWhereCancelAfterSays) {
+    TempDir dir;
+    const std::string src = dir.MakeDir("src"), dst = dir.MakeDir("dst");
+    for (const char* name : {"A.tga", "B.tga"})
+        WriteBytes(src + "/" + name, TgaFile(Numbered(4, 2)));
+    const ProcessResult r =
+        Ui(dir, "folder source " + src + "\nfolder dest " + dst + "\ncancel-after 1\nexec\ndump\n");
+    EXPECT_FALSE(AnyLineHas(r.outLines, {"\"box\""}));  // Cancel shows nothing
+    EXPECT_TRUE(AnyLineHas(r.outLines, {"\"stdout\": \"fseek RGB = 18\\n\""}));
+    EXPECT_TRUE(AnyLineHas(r.outLines, {"\"dest_list\": {\"items\": [\"MA.FMEM_001.SFM\", "
+                                        "\"SA.FMEM_002.SFM\"]}"}));
 }
 
 TEST(UiCommand, UsageErrors) {

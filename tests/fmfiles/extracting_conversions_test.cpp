@@ -77,9 +77,8 @@ TEST_F(ExtractingTest, AFrameKeepsItsRegisterNumber) {
               "F0005.SF1(SLOGO.FMEM_012.SFM)");
     EXPECT_EQ(ConvertSf3ToSfm(src.path(), "F0005.SF3", out.path(), set, ctx), "SLOGO.FMEM_012.SFM");
     EXPECT_EQ(ReadBytes(out.File("SLOGO.FMEM_012.SFM")), ReadBytes(dst.File("SLOGO.FMEM_012.SFM")));
-}
 
-TEST_F(ExtractingTest, FourDigitNumbersAndTheirSf1Names) {
+    // A four-digit number gives its four digits to the SF1.
     ASSERT_EQ(MakeSfa("MA.FMEM1234.SFM", kSignal720p50), "MA.FMEM1234.SFA");
     EXPECT_EQ(ConvertSfaToSf1(src.path(), "MA.FMEM1234.SFA", dst.path(), set, ctx),
               "F1234.SF1(MA.FMEM1234.SFM)");

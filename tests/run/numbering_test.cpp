@@ -101,45 +101,18 @@ TEST(Numbering, RegisterScansRefuseUnreadableFilesAndClashes) {
         int32_t check;
         std::string checkMessage;
     } cases[] = {
-        {"a folder that cannot be opened",
-         [](const TempDir& d) { d.MakeDir("F0001.SF1"); },
-         {},
-         -1,
-         "Source file read error [F0001.SF1]",
-         -1,
-         "Source file read error [F0001.SF1]"},
-        {"a file shorter than its trailer",
-         [](const TempDir& d) {
-             testing::WriteBytes(d.File("F0002.SF1"), std::vector<uint8_t>(303));
-         },
-         {},
-         -2,
-         "Source file read error [F0002.SF1]",
-         -2,
-         "Source file read error [F0002.SF1]"},
-        {"wrong markers",
-         [](const TempDir& d) {
-             testing::WriteBytes(d.File("F0003.SF1"), std::vector<uint8_t>(400));
-         },
-         {},
-         -3,
-         "Source file format error [F0003.SF1]",
-         -3,
-         "Source file read error [F0003.SF1]"},
-        {"a picture base that clashes with an inner name",
-         [](const TempDir& d) { WriteRegisterFile(d, "F0004.SF1", "MLOGO.FMEM_001.SFM"); },
-         {"logo.tga"},
-         -4,
-         "Already exist name [LOGO] in [F0004.SF1]",
-         0,
-         ""},
-        {"a selected item whose second character on matches an inner name",
-         [](const TempDir& d) { WriteRegisterFile(d, "F0005.SF1", "M0005.FMEM_001.SFM"); },
-         {"F0005.SF1(M0005.FMEM_001.SFM)"},
-         2,
-         "",
-         -4,
-         "Destination file write error [F0005.SF1]"},
+        // clang-format off
+        {"a folder that cannot be opened", [](const TempDir& d) { d.MakeDir("F0001.SF1"); },
+         {}, -1, "Source file read error [F0001.SF1]", -1, "Source file read error [F0001.SF1]"},
+        {"a file shorter than its trailer", [](const TempDir& d) { testing::WriteBytes(d.File("F0002.SF1"), std::vector<uint8_t>(303)); },
+         {}, -2, "Source file read error [F0002.SF1]", -2, "Source file read error [F0002.SF1]"},
+        {"wrong markers", [](const TempDir& d) { testing::WriteBytes(d.File("F0003.SF1"), std::vector<uint8_t>(400)); },
+         {}, -3, "Source file format error [F0003.SF1]", -3, "Source file read error [F0003.SF1]"},
+        {"a picture base that clashes with an inner name", [](const TempDir& d) { WriteRegisterFile(d, "F0004.SF1", "MLOGO.FMEM_001.SFM"); },
+         {"logo.tga"}, -4, "Already exist name [LOGO] in [F0004.SF1]", 0, ""},
+        {"a selected item whose second character on matches an inner name", [](const TempDir& d) { WriteRegisterFile(d, "F0005.SF1", "M0005.FMEM_001.SFM"); },
+         {"F0005.SF1(M0005.FMEM_001.SFM)"}, 2, "", -4, "Destination file write error [F0005.SF1]"},
+        // clang-format on
     };
     for (const Case& c : cases) {
         SCOPED_TRACE(c.what);
