@@ -4,6 +4,7 @@
 #include <filesystem>
 
 #include "base/text.h"
+#include "platform/list_order.h"
 
 namespace fmconv::platform {
 
@@ -20,7 +21,8 @@ std::vector<std::string> ListDirectory(const std::string& folder, std::string_vi
         if (name.find('.') == std::string::npos) continue;
         if (EqualsIgnoreCase(ExtensionOf(name), extension)) names.push_back(std::move(name));
     }
-    std::sort(names.begin(), names.end());
+    std::sort(names.begin(), names.end(),
+              [](const std::string& a, const std::string& b) { return CompareListText(a, b) < 0; });
     return names;
 }
 

@@ -11,9 +11,9 @@ namespace fmconv::platform {
 
 // The entries of folder whose text after the last "." equals extension,
 // ASCII letters compared ignoring case (so "*.tif" never picks up x.tiff).
-// Folders whose names match are listed too. Names only, no folder, ordered
-// by their bytes so that runs repeat exactly; an unreadable or missing folder
-// gives an empty list.
+// Folders whose names match are listed too. Names only, no folder, in the
+// order of a sorted list box (CompareListText) so that runs repeat exactly;
+// an unreadable or missing folder gives an empty list.
 std::vector<std::string> ListDirectory(const std::string& folder, std::string_view extension);
 
 // Copies the whole file from source to target, replacing an existing target
