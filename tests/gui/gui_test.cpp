@@ -72,6 +72,17 @@ std::vector<uint8_t> SmallTga() {
     return file;
 }
 
+// Folders src (three small pictures) and dst (empty) in cwd.
+std::pair<QString, QString> ThreePictures(const QTemporaryDir& cwd) {
+    const QString src = cwd.filePath("src"), dst = cwd.filePath("dst");
+    QDir().mkpath(src);
+    QDir().mkpath(dst);
+    for (const char* name : {"A.tga", "B.tga", "C.tga"}) {
+        WriteWholeFile((src + "/" + name).toStdString(), SmallTga());
+    }
+    return {src, dst};
+}
+
 struct Window {
     ScriptedHost host;
     platform::FixedFreeSpaceProbe probe{int64_t{1} << 40};
@@ -152,12 +163,7 @@ void GuiTest::clicksOnWidgetsMatchTheHeadlessWindow() {
 
 void GuiTest::aWholeRunFromClicks() {
     QTemporaryDir cwd;
-    const QString src = cwd.filePath("src"), dst = cwd.filePath("dst");
-    QDir().mkpath(src);
-    QDir().mkpath(dst);
-    for (const char* name : {"A.tga", "B.tga", "C.tga"}) {
-        QVERIFY(WriteWholeFile((src + "/" + name).toStdString(), SmallTga()));
-    }
+    const auto [src, dst] = ThreePictures(cwd);
     Window window(cwd.path());
     std::vector<int> positions;
     std::mutex mutex;
@@ -194,12 +200,7 @@ void GuiTest::aWholeRunFromClicks() {
 
 void GuiTest::cancelDuringARunStopsAfterTheCurrentFile() {
     QTemporaryDir cwd;
-    const QString src = cwd.filePath("src"), dst = cwd.filePath("dst");
-    QDir().mkpath(src);
-    QDir().mkpath(dst);
-    for (const char* name : {"A.tga", "B.tga", "C.tga"}) {
-        QVERIFY(WriteWholeFile((src + "/" + name).toStdString(), SmallTga()));
-    }
+    const auto [src, dst] = ThreePictures(cwd);
     Window* self = nullptr;
     // The user presses Cancel on the GUI thread while the first file ends.
     Window window(cwd.path(), [&self](int done) {
