@@ -7,4 +7,4 @@ cd "$(dirname "$0")/.."
 bash tools/deps.sh
 cmake --preset release >/dev/null
 cmake --build --preset release -j 2 --target fmconv
-./build/release/src/fmconv demo demo-out
+./build/release/src/cli/fmconv demo demo-out
