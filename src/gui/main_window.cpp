@@ -57,8 +57,8 @@ MainWindow::MainWindow(CMainDlg& dlg, QtDialogHost& host) : dlg_(dlg) {
     // The pages sit under the tab strip, inside the tab control's frame.
     QWidget* strip = controls_->Widget(kIdTab);
     const QRect tabArea = [&] {
-        for (const platform::ControlSpec& spec : t.controls) {
-            if (spec.id == kIdTab) return units.Rect(spec.x, spec.y, spec.width, spec.height);
+        for (const platform::ControlSpec& line : t.controls) {
+            if (line.id == kIdTab) return units.Rect(line.x, line.y, line.width, line.height);
         }
         return QRect();
     }();

@@ -77,13 +77,13 @@ void QtDialogHost::ShowModalDialog(const platform::ModalDialogContent& content) 
         const DialogUnits units(DialogFont(t));
         dialog.setFixedSize(units.Size(t.width, t.height));
         std::size_t text = 0;
-        for (const platform::ControlSpec& spec : t.controls) {
-            const QRect rect = units.Rect(spec.x, spec.y, spec.width, spec.height);
-            if (spec.style & platform::kStyleIcon) {
+        for (const platform::ControlSpec& line : t.controls) {
+            const QRect rect = units.Rect(line.x, line.y, line.width, line.height);
+            if (line.style & platform::kStyleIcon) {
                 auto* icon = new QLabel(&dialog);
                 icon->setPixmap(QApplication::windowIcon().pixmap(rect.size()));
                 icon->setGeometry(rect);
-            } else if (spec.kind == platform::ControlKind::kStatic) {
+            } else if (line.kind == platform::ControlKind::kStatic) {
                 auto* label = new QLabel(&dialog);
                 label->setText(text < content.texts.size()
                                    ? QString::fromLocal8Bit(content.texts[text++])
@@ -91,8 +91,8 @@ void QtDialogHost::ShowModalDialog(const platform::ModalDialogContent& content) 
                 label->setTextFormat(Qt::PlainText);
                 label->setFont(DialogFont(t));
                 label->setGeometry(rect);
-            } else if (spec.kind == platform::ControlKind::kPushButton) {
-                auto* ok = new QPushButton(QString::fromLocal8Bit(spec.caption), &dialog);
+            } else if (line.kind == platform::ControlKind::kPushButton) {
+                auto* ok = new QPushButton(QString::fromLocal8Bit(line.caption), &dialog);
                 ok->setDefault(true);
                 ok->setGeometry(rect);
                 QObject::connect(ok, &QPushButton::clicked, &dialog, &QDialog::accept);

@@ -24,7 +24,7 @@ QString Text(const std::string& text) {
 SurfaceView::SurfaceView(platform::ControlSurface& surface, QWidget* parent,
                          const DialogUnits& units, const QFont& font, Handlers handlers)
     : QObject(parent), surface_(surface), parent_(parent), handlers_(std::move(handlers)) {
-    for (const platform::ControlSpec& spec : surface.Template().controls) Build(spec, units, font);
+    for (const platform::ControlSpec& line : surface.Template().controls) Build(line, units, font);
     // Changes may come from the run's worker: redraw on the GUI thread.
     token_ = surface_.Subscribe([this](int id) {
         QMetaObject::invokeMethod(
@@ -42,56 +42,56 @@ QWidget* SurfaceView::Widget(int id) const {
     return it == widgets_.end() ? nullptr : it->second;
 }
 
-void SurfaceView::Build(const platform::ControlSpec& spec, const DialogUnits& units,
+void SurfaceView::Build(const platform::ControlSpec& line, const DialogUnits& units,
                         const QFont& font) {
     QWidget* widget = nullptr;
-    const int id = spec.id;
+    const int id = line.id;
     const auto clicked = [this, id] {
         if (handlers_.click) handlers_.click(id);
         Refresh(id);  // a click that changed nothing on the surface still redraws
     };
-    switch (spec.kind) {
+    switch (line.kind) {
         case ControlKind::kPushButton: {
-            auto* button = new QPushButton(Text(spec.caption), parent_);
-            button->setDefault(spec.style & platform::kStyleDefault);
+            auto* button = new QPushButton(Text(line.caption), parent_);
+            button->setDefault(line.style & platform::kStyleDefault);
             connect(button, &QPushButton::clicked, this, clicked);
             widget = button;
             break;
         }
         case ControlKind::kRadio: {
-            auto* radio = new QRadioButton(Text(spec.caption), parent_);
+            auto* radio = new QRadioButton(Text(line.caption), parent_);
             radio->setAutoExclusive(false);  // the surface keeps the groups
             connect(radio, &QRadioButton::clicked, this, clicked);
             widget = radio;
             break;
         }
         case ControlKind::kCheckBox: {
-            auto* box = new QCheckBox(Text(spec.caption), parent_);
+            auto* box = new QCheckBox(Text(line.caption), parent_);
             connect(box, &QCheckBox::clicked, this, clicked);
             widget = box;
             break;
         }
         case ControlKind::kStatic: {
-            auto* label = new QLabel(Text(spec.caption), parent_);
+            auto* label = new QLabel(Text(line.caption), parent_);
             label->setTextFormat(Qt::PlainText);
             Qt::Alignment align =
-                (spec.style & platform::kStyleRight) ? Qt::AlignRight : Qt::AlignLeft;
-            align |= (spec.style & platform::kStyleCenterV) ? Qt::AlignVCenter : Qt::AlignTop;
+                (line.style & platform::kStyleRight) ? Qt::AlignRight : Qt::AlignLeft;
+            align |= (line.style & platform::kStyleCenterV) ? Qt::AlignVCenter : Qt::AlignTop;
             label->setAlignment(align);
-            if (spec.style & platform::kStyleSunken)
+            if (line.style & platform::kStyleSunken)
                 label->setFrameStyle(QFrame::Panel | QFrame::Sunken);
             widget = label;
             break;
         }
         case ControlKind::kEdit: {
-            auto* edit = new QLineEdit(Text(spec.caption), parent_);
-            edit->setReadOnly(spec.style & platform::kStyleReadOnly);
+            auto* edit = new QLineEdit(Text(line.caption), parent_);
+            edit->setReadOnly(line.style & platform::kStyleReadOnly);
             widget = edit;
             break;
         }
         case ControlKind::kListBox: {
             auto* list = new QListWidget(parent_);
-            const bool select = !(spec.style & platform::kStyleNoSel);
+            const bool select = !(line.style & platform::kStyleNoSel);
             list->setSelectionMode(select ? QAbstractItemView::ExtendedSelection
                                           : QAbstractItemView::NoSelection);
             list->setVerticalScrollBarPolicy(Qt::ScrollBarAlwaysOn);
@@ -125,19 +125,19 @@ void SurfaceView::Build(const platform::ControlSpec& spec, const DialogUnits& un
             break;
         }
         case ControlKind::kGroupBox: {
-            auto* group = new QGroupBox(Text(spec.caption), parent_);
+            auto* group = new QGroupBox(Text(line.caption), parent_);
             group->lower();
             widget = group;
             break;
         }
     }
     widget->setFont(font);
-    widget->setGeometry(units.Rect(spec.x, spec.y, spec.width, spec.height));
-    if (spec.kind == ControlKind::kTab) {
+    widget->setGeometry(units.Rect(line.x, line.y, line.width, line.height));
+    if (line.kind == ControlKind::kTab) {
         // The strip at the top of the control's rectangle, a frame below it.
         auto* frame = new QFrame(parent_);
         frame->setFrameStyle(QFrame::StyledPanel | QFrame::Raised);
-        const QRect area = units.Rect(spec.x, spec.y, spec.width, spec.height);
+        const QRect area = units.Rect(line.x, line.y, line.width, line.height);
         QTabBar probe;  // the strip's height, from a bar that holds a tab
         probe.setFont(font);
         probe.addTab(QStringLiteral("ch1-4"));
@@ -146,7 +146,7 @@ void SurfaceView::Build(const platform::ControlSpec& spec, const DialogUnits& un
         frame->setGeometry(area.x(), area.y() + strip, area.width(), area.height() - strip);
         frame->lower();
     }
-    if (spec.kind == ControlKind::kGroupBox) widget->lower();
+    if (line.kind == ControlKind::kGroupBox) widget->lower();
     if (id >= 0) widgets_[id] = widget;
 }
 

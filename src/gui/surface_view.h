@@ -33,7 +33,7 @@ class SurfaceView : public QObject {
     void RefreshAll();
 
   private:
-    void Build(const platform::ControlSpec& spec, const DialogUnits& units, const QFont& font);
+    void Build(const platform::ControlSpec& line, const DialogUnits& units, const QFont& font);
 
     platform::ControlSurface& surface_;
     QWidget* parent_;

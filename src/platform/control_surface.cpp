@@ -10,15 +10,15 @@ namespace fmconv::platform {
 ControlSurface::ControlSurface(DialogTemplate dialogTemplate)
     : template_(std::move(dialogTemplate)) {
     std::size_t order = 0;
-    for (const ControlSpec& spec : template_.controls) {
+    for (const ControlSpec& line : template_.controls) {
         ++order;
-        if (spec.id < 0) continue;
-        Control& c = controls_[spec.id];
-        c.state.id = spec.id;
-        c.state.kind = spec.kind;
-        c.state.text = spec.caption;
-        c.state.visible = (spec.style & kStyleHidden) == 0;
-        c.style = spec.style;
+        if (line.id < 0) continue;
+        Control& c = controls_[line.id];
+        c.state.id = line.id;
+        c.state.kind = line.kind;
+        c.state.text = line.caption;
+        c.state.visible = (line.style & kStyleHidden) == 0;
+        c.style = line.style;
         c.order = order;
     }
 }
