@@ -56,25 +56,10 @@ inline constexpr char kSfmMagic[] = "QVX 0001";
 bool BuildSfmHeader(std::string_view path, SfmHeader& header, uint32_t lengthFrom48,
                     uint32_t planeBytes);
 
-// The running checksum of an SFM file: each byte from offset 48 on is XORed
-// into a 32-bit word at byte lane (position mod 4), most significant lane
-// first. Reset for every file.
-class SfmChecksum {
-  public:
-    void Put(uint8_t byte) {
-        word_ ^= static_cast<uint32_t>(byte) << (24 - 8 * phase_);
-        phase_ = (phase_ + 1) & 3;
-    }
-    uint32_t word() const { return word_; }
-
-  private:
-    uint32_t word_ = 0;
-    unsigned phase_ = 0;
-};
-
-// The same checksum computed word-wise over bytes starting at offset 48 of a
-// file: the XOR of its big-endian 32-bit words (a trailing partial word
-// folds in lane by lane).
+// The checksum of an SFM file: each byte from offset 48 on is XORed into a
+// 32-bit word at byte lane (position mod 4), most significant lane first;
+// that is, the XOR of the big-endian 32-bit words from offset 48 (a trailing
+// partial word folds in lane by lane). Computed word-wise over the bytes.
 uint32_t ComputeSfmChecksum(const uint8_t* from48, std::size_t size);
 
 // The samples of one frame's active area, line by line from frame line 0

@@ -105,16 +105,31 @@ PictureFrame Varied(const FrameLayout& layout, unsigned seed) {
     return frame;
 }
 
+// The checksum's plain rule, one byte at a time: byte i from offset 48 is
+// XORed into the word at bits 24 - 8 * (i mod 4).
+class ByteRule {
+  public:
+    void Put(uint8_t byte) {
+        word_ ^= static_cast<uint32_t>(byte) << (24 - 8 * phase_);
+        phase_ = (phase_ + 1) & 3;
+    }
+    uint32_t word() const { return word_; }
+
+  private:
+    uint32_t word_ = 0;
+    unsigned phase_ = 0;
+};
+
 TEST(SfmFile, TheWordWiseChecksumIsTheByteRuleAndSeesEveryByte) {
     for (int format = 1; format <= 4; ++format) {
         const auto file =
             Frame(format, Varied(*GetFrameLayout(format), 11), "MVARIED.FMEM_321.SFM");
-        SfmChecksum byByte;
+        ByteRule byByte;
         for (std::size_t i = 48; i < file.size(); ++i) byByte.Put(file[i]);
         EXPECT_EQ(ReadBe32(&file[36]), byByte.word()) << format;
     }
     const std::vector<uint8_t> odd = {1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11};  // a partial last word
-    SfmChecksum sum;
+    ByteRule sum;
     for (uint8_t b : odd) sum.Put(b);
     EXPECT_EQ(ComputeSfmChecksum(odd.data(), odd.size()), sum.word());
 
