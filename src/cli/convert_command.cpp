@@ -59,18 +59,20 @@ std::optional<std::string> Parse(int argc, char** argv, ConvertRequest& o, bool&
             positional.push_back(arg);
             continue;
         }
+        // Options with a value take it after "=" or as the next argument.
         std::string value;
         const std::size_t eq = arg.find('=');
-        const bool takesValue = arg.rfind("--from", 0) == 0 || arg.rfind("--to", 0) == 0 ||
-                                arg.rfind("--sfm-format", 0) == 0 ||
-                                arg.rfind("--sfa-format", 0) == 0 || arg.rfind("--ch", 0) == 0;
-        if (eq != std::string::npos && takesValue) {
+        if (eq != std::string::npos) {
             value = arg.substr(eq + 1);
             arg = arg.substr(0, eq);
-        } else if (takesValue && (arg == "--from" || arg == "--to" || arg == "--sfm-format" ||
-                                  arg == "--sfa-format" || arg == "--ch")) {
+        }
+        static const std::vector<std::string> kValueOptions = {"--from", "--to", "--sfm-format",
+                                                               "--sfa-format", "--ch"};
+        if (Contains(kValueOptions, arg) && eq == std::string::npos) {
             if (i + 1 >= argc) return arg + " needs a value";
             value = argv[++i];
+        } else if (!Contains(kValueOptions, arg) && eq != std::string::npos) {
+            return "option '" + arg + "' takes no value";
         }
         if (arg == "--from") {
             if (!kSourceCaptions.count(value)) return "unknown --from value '" + value + "'";
