@@ -150,6 +150,16 @@ void SurfaceView::Build(const platform::ControlSpec& line, const DialogUnits& un
     if (id >= 0) widgets_[id] = widget;
 }
 
+void SurfaceView::FlushPending() {
+    std::set<int> ids;
+    {
+        std::lock_guard lock(pendingMutex_);
+        ids.swap(pending_);
+        flushQueued_ = false;
+    }
+    for (int id : ids) Refresh(id);
+}
+
 void SurfaceView::RefreshAll() {
     for (const auto& [id, widget] : widgets_) Refresh(id);
 }

@@ -8,6 +8,8 @@
 #include <QWidget>
 #include <functional>
 #include <map>
+#include <mutex>
+#include <set>
 
 #include "gui/dialog_units.h"
 #include "platform/control_surface.h"
@@ -35,8 +37,14 @@ class SurfaceView : public QObject {
   private:
     void Build(const platform::ControlSpec& line, const DialogUnits& units, const QFont& font);
 
+    // Redraws the controls that changed since the last pass, each once.
+    void FlushPending();
+
     platform::ControlSurface& surface_;
     QWidget* parent_;
+    std::mutex pendingMutex_;
+    std::set<int> pending_;  // ids changed and not yet redrawn
+    bool flushQueued_ = false;
     Handlers handlers_;
     std::map<int, QWidget*> widgets_;
     int token_ = 0;
