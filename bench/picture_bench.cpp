@@ -10,7 +10,7 @@
 #include <vector>
 
 #include "base/bytes.h"
-#include "base/file_io.h"
+#include "platform/output_files.h"
 #include "fmfiles/sfm_file.h"
 #include "image/picture_convert.h"
 
@@ -42,7 +42,7 @@ void BM_ConvertTga1080FillAndKey(benchmark::State& state) {
     const std::string source = folder + "/bench_picture.tga";
     const std::string fill = folder + "/MBENCH.FMEM_001.SFM";
     const std::string key = folder + "/SBENCH.FMEM_002.SFM";
-    WriteWholeFile(source, Tga1080());
+    platform::WriteWholeFile(source, Tga1080());
     for (auto _ : state) {
         const int result = ConvertTgaPicture(source, fill, key, kFrameFormat1080, 0, 0, {});
         if (result != 10 + kFrameFormat1080) state.SkipWithError("conversion failed");
@@ -57,8 +57,8 @@ void BM_PlainWriteTwo1080Frames(benchmark::State& state) {
     const std::string folder = BenchFolder();
     const std::vector<uint8_t> bytes(GetFrameLayout(kFrameFormat1080)->fileSize(), 0x5A);
     for (auto _ : state) {
-        if (!WriteWholeFile(folder + "/plain1.bin", bytes) ||
-            !WriteWholeFile(folder + "/plain2.bin", bytes)) {
+        if (!platform::WriteWholeFile(folder + "/plain1.bin", bytes) ||
+            !platform::WriteWholeFile(folder + "/plain2.bin", bytes)) {
             state.SkipWithError("write failed");
         }
     }

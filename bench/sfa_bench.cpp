@@ -10,7 +10,7 @@
 
 #include "audio/sfa_file.h"
 #include "audio/sfa_to_sfm.h"
-#include "base/file_io.h"
+#include "platform/output_files.h"
 #include "fmfiles/sfm_file.h"
 #include "platform/free_space.h"
 
@@ -62,7 +62,7 @@ void Rewind(AudioChannelSet& set) {
 
 void BM_WriteSfa1080i5994With16Channels(benchmark::State& state) {
     const std::string folder = BenchFolder();
-    WriteWholeFile(folder + "/" + kSfmName, VariedSfm());
+    platform::WriteWholeFile(folder + "/" + kSfmName, VariedSfm());
     AudioChannelSet set = SixteenChannels();
     platform::FixedFreeSpaceProbe plenty(int64_t{1} << 40);
     ConversionContext ctx;
@@ -84,7 +84,7 @@ void BM_PlainWriteOfTheSameBytes(benchmark::State& state) {
     const std::string path = BenchFolder() + "/plain.bin";
     const std::vector<uint8_t> bytes(64 + GetFrameByteSize(kCode, kFrameKindSfa), 0x5A);
     for (auto _ : state) {
-        if (!WriteWholeFile(path, bytes)) state.SkipWithError("write failed");
+        if (!platform::WriteWholeFile(path, bytes)) state.SkipWithError("write failed");
     }
     state.SetBytesProcessed(static_cast<int64_t>(state.iterations()) *
                             static_cast<int64_t>(bytes.size()));

@@ -7,7 +7,7 @@
 #include <random>
 #include <string>
 
-#include "base/file_io.h"
+#include "platform/output_files.h"
 #include "fmfiles/sfm_file.h"
 
 namespace {
@@ -46,7 +46,7 @@ void BM_PlainWrite1080Bytes(benchmark::State& state) {
     const std::string path = BenchFolder() + "/plain.bin";
     const std::vector<uint8_t> bytes(layout.fileSize(), 0x5A);
     for (auto _ : state) {
-        if (!WriteWholeFile(path, bytes)) state.SkipWithError("write failed");
+        if (!platform::WriteWholeFile(path, bytes)) state.SkipWithError("write failed");
     }
     state.SetBytesProcessed(static_cast<int64_t>(state.iterations()) * layout.fileSize());
     std::filesystem::remove(path);

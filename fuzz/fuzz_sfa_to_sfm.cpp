@@ -91,7 +91,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
         if (set.channelWriteCursor[k] > set.channelSamples[k].size()) __builtin_trap();
     }
     if (PresentGroupCount(set) > 0 && set.sampleCount <= 100000) {
-        WriteChannelWavFiles(WorkFolder(), set);
+        WriteChannelWavFiles(WorkFolder(), set, platform::SystemOutputFiles());
     }
     return 0;
 }

@@ -10,7 +10,7 @@
 
 #include "fuzz_work_folder.h"
 #include "audio/wav.h"
-#include "base/file_io.h"
+#include "platform/output_files.h"
 
 namespace {
 
@@ -24,7 +24,7 @@ const std::string& WorkFolder() {
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     using namespace fmconv;
     const std::string input = WorkFolder() + "/in.wav";
-    if (!WriteWholeFile(input, data, size)) return 0;
+    if (!platform::WriteWholeFile(platform::SystemOutputFiles(), input, data, size)) return 0;
 
     AudioChannelSet set;
     ResetAudioChannelSet(set);
@@ -40,6 +40,6 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
             __builtin_trap();
         }
     }
-    WriteChannelWavFiles(WorkFolder(), set);
+    WriteChannelWavFiles(WorkFolder(), set, platform::SystemOutputFiles());
     return 0;
 }

@@ -6,7 +6,7 @@
 #include "fmfiles/register_file.h"
 #include "platform/files.h"
 #include "run/messages.h"
-#include "run/naming.h"
+#include "names/naming.h"
 
 namespace fmconv {
 

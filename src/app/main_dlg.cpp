@@ -29,10 +29,10 @@ CMainDlg::CMainDlg(MainDlgServices services)
         pages_[static_cast<std::size_t>(p)] = std::make_unique<CChannelPageDlg>(p, *services_.host);
     }
     if (!services_.currentDirectory) services_.currentDirectory = platform::CurrentDirectory;
-    if (!services_.copyFile) services_.copyFile = platform::CopyWholeFile;
+    if (!services_.files) services_.files = &platform::SystemOutputFiles();
     runContext_.trace = services_.trace;
     runContext_.freeSpace = services_.freeSpace;
-    runContext_.copyFile = services_.copyFile;
+    runContext_.files = services_.files;
 }
 
 CMainDlg::~CMainDlg() {
@@ -125,11 +125,14 @@ void CMainDlg::OnCancel() {
     last(kIdDestSfm, kIdDestSf3, values[1]);
     last(kIdSfm1080, kIdSfm480i, values[2]);
     last(kIdSfa1080i5994, kIdSfa480i5994, values[3]);
-    const std::string path = SettingsPath();
-    platform::WritePrivateProfileString(kSettingsSection, kKeySource, values[0], path);
-    platform::WritePrivateProfileString(kSettingsSection, kKeyDest, values[1], path);
-    platform::WritePrivateProfileString(kSettingsSection, kKeySfm, values[2], path);
-    platform::WritePrivateProfileString(kSettingsSection, kKeySfa, values[3], path);
+    // The four keys in one rewrite of the whole file; a failure leaves the
+    // file as it was and is not reported.
+    platform::WritePrivateProfileStrings(kSettingsSection,
+                                         {{kKeySource, values[0]},
+                                          {kKeyDest, values[1]},
+                                          {kKeySfm, values[2]},
+                                          {kKeySfa, values[3]}},
+                                         SettingsPath());
     services_.host->EndDialog(kIdClose);
 }
 

@@ -31,8 +31,9 @@ struct MainDlgServices {
     // The current directory, asked for again whenever the settings file is
     // read or written.
     std::function<std::string()> currentDirectory;
-    // Whole-file copy of the register containers.
-    FileCopier copyFile;
+    // Where every file of a run is written (the system's, written safely,
+    // when not given; tests give a writer that fails on purpose).
+    platform::OutputFiles* files = nullptr;
     // Where the four selections are restored from at start-up: the settings
     // file when empty; the command line gives its own (key, default) -> value.
     std::function<std::string(const std::string& key, const std::string& defaultValue)> readSetting;
@@ -116,6 +117,9 @@ class CMainDlg {
     // Runs.
     void OnExec();
     void RestoreAfterRun();
+    // What the Cancel button does, asked for from outside the window (an
+    // interrupt of the command line); nothing when no run is under way.
+    void RequestCancel();
     // Waits until the worker of the last run has ended; its exit code (0 the
     // run reached its end, -1 it stopped early), or 0 when none ran.
     int WaitForRun();

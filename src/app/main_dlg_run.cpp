@@ -25,6 +25,12 @@ void CMainDlg::OnExec() {
     cancelRequested_ = true;
 }
 
+void CMainDlg::RequestCancel() {
+    if (!converting_) return;
+    Enable(kIdExec, false);
+    cancelRequested_ = true;
+}
+
 void CMainDlg::RestoreAfterRun() {
     surface_.SetVisible(kIdProgress, false);
     SetText(kIdExec, kCaptionExec);

@@ -5,6 +5,7 @@
 #include <array>
 #include <cstddef>
 #include <cstdint>
+#include <limits>
 #include <string>
 #include <vector>
 
@@ -29,14 +30,22 @@ struct AudioChannelSet {
     // byte first, the order of a WAV file. The set owns them; an empty buffer
     // is an absent one.
     std::array<std::vector<uint8_t>, kAudioChannels> channelSamples;
-    // Extraction: the offset of the next free byte of each channel buffer.
+    // Extraction: the offset of the next free byte of each channel buffer,
+    // and how far each buffer may grow (the run's frame count x the lines of
+    // a frame x 12 bytes). A buffer grows as samples arrive, so memory
+    // follows the audio found, not the size the run allows for.
     std::array<std::size_t, kAudioChannels> channelWriteCursor{};
+    std::array<std::size_t, kAudioChannels> channelByteLimit{};
     // 1 when any channel of the group is in use.
     std::array<uint8_t, kAudioGroups> groupPresent{};
     // The prepared high-definition control and data packets.
     std::array<uint8_t, kHdControlPacketBytes> hdControlPacket{};
     std::array<uint8_t, kHdDataPacketBytes> hdDataPacket{};
     uint32_t sampleCount = 0;      // samples per channel (the longest input)
+    // The most samples per channel the run can embed: the WAV reader keeps
+    // no more than this of any file (nothing the run writes changes), so a
+    // long recording costs memory for the frames converted only.
+    uint32_t sampleLimit = std::numeric_limits<uint32_t>::max();
     uint32_t sampleCursor = 0;     // the next sample to embed
     uint8_t audioFrameNumber = 1;  // 1 to 5, carried by the control packets
     // Microseconds of video elapsed at the end of the current line, carried

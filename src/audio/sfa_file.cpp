@@ -6,6 +6,7 @@
 #include <cstdio>
 #include <cstring>
 #include <initializer_list>
+#include <memory>
 #include <vector>
 
 #include "audio/anc_packets.h"
@@ -16,8 +17,9 @@
 #include "base/file_io.h"
 #include "base/text.h"
 #include "fmfiles/register_file.h"
-#include "run/disk_space.h"
-#include "run/naming.h"
+#include "names/confinement.h"
+#include "names/disk_space.h"
+#include "names/naming.h"
 
 namespace fmconv {
 
@@ -222,9 +224,21 @@ std::string WriteSfa(SourceKind from, DestKind to, const std::string& sourceDir,
     const std::string sf3Name =
         from == SourceKind::kSfm ? Sf3NameFromSfaName(sfaName) : Sf3NameFromSf1Name(sourceName);
     const std::string& frameName = from == SourceKind::kSfm ? sfaName : sourceName;
+    // A name from the trailer that would lead out of the destination folder
+    // is refused like a source that cannot be read.
+    if (from == SourceKind::kSf1 && !IsConfinedName(sfaName)) return "";
 
-    FilePtr dest = OpenFile(JoinPath(destDir, to == DestKind::kSfa ? sfaName : sf3Name), "wb");
+    // The destination is made here, before the frame is built and the space
+    // tested: every failure from now on leaves it behind as an empty file.
+    // It is written under a temporary name, so that until it is whole (or
+    // given up empty) an existing file of that name stays as it was.
+    const std::string destPath = JoinPath(destDir, to == DestKind::kSfa ? sfaName : sf3Name);
+    const std::unique_ptr<platform::OutputFile> dest = ctx.files->Create(destPath);
     if (!dest) return "";
+    const auto giveUp = [&dest](std::string result) {
+        dest->Commit();
+        return result;
+    };
 
     // The SFM bytes: up to 8 MiB of an SFM file; of an SF1 file all but its
     // trailer and the last 48 picture bytes. Whatever is missing reads as
@@ -241,7 +255,7 @@ std::string WriteSfa(SourceKind from, DestKind to, const std::string& sourceDir,
     if (chosenFormat) ctx.signalFormat = *chosenFormat;
     const uint32_t code = ctx.signalFormat;
     const uint32_t payload = GetFrameByteSize(code, kFrameKindSfa);
-    if (payload == 0) return "";
+    if (payload == 0) return giveUp("");
 
     const std::size_t frameSize = kHeaderSize + payload;
     std::vector<uint8_t> file(frameSize + (to == DestKind::kSf3 ? kRegisterTrailerSize : 0));
@@ -249,15 +263,15 @@ std::string WriteSfa(SourceKind from, DestKind to, const std::string& sourceDir,
     sfm[48] = kSfaHeaderMark;
     sfm[49] = static_cast<uint8_t>(code);
     if (BuildSfaFrame(sfm, std::span<uint8_t>(file).first(frameSize), frameName, set, ctx) != 0) {
-        return "";
+        return giveUp("");
     }
 
     const int64_t freeBytes = ctx.freeSpace ? ctx.freeSpace->FreeBytes(destDir) : -1;
     switch (TestSpace(static_cast<int64_t>(frameSize), freeBytes)) {
         case SpaceVerdict::kUnknown:
-            return "";
+            return giveUp("");
         case SpaceVerdict::kInsufficient:
-            return kHddMemoryNotSufficient;
+            return giveUp(kHddMemoryNotSufficient);
         case SpaceVerdict::kProceed:
             break;
     }
@@ -274,8 +288,12 @@ std::string WriteSfa(SourceKind from, DestKind to, const std::string& sourceDir,
         std::copy(trailer.begin(), trailer.end(),
                   file.begin() + static_cast<std::ptrdiff_t>(frameSize));
     }
-    const bool written = std::fwrite(file.data(), 1, file.size(), dest.get()) == file.size();
-    if (std::fclose(dest.release()) != 0 || !written) return "";
+    // A write that fails (a full disk) is a failure like the others: the
+    // partial frame goes, the empty destination stays.
+    if (!dest->Write(file.data(), file.size()) || !dest->Commit()) {
+        platform::CreateEmptyFile(*ctx.files, destPath);
+        return "";
+    }
     return to == DestKind::kSfa ? sfaName : RegisterListItem(sf3Name, sfaName);
 }
 

@@ -35,11 +35,15 @@ SfmPlaneShape ShapeOf(uint32_t code) {
 
 // The four buffers of a group, sized for the whole run from the frame count;
 // the driver sets that count, and what does not fit is dropped on append.
+// They start empty and grow with the samples appended; the WAV writer
+// completes a short buffer with silence, as the zeros of a buffer made at
+// full size would read.
 void OpenGroup(AudioChannelSet& set, int group, uint32_t linesPerFrame) {
     set.groupPresent[group] = 1;
     const std::size_t bytes = std::size_t{set.frameCount} * linesPerFrame * 12;
     for (int k = group * kChannelsPerGroup; k < (group + 1) * kChannelsPerGroup; ++k) {
-        set.channelSamples[k].assign(bytes, 0);
+        set.channelSamples[k].clear();
+        set.channelByteLimit[k] = bytes;
         set.channelWriteCursor[k] = 0;
     }
 }
@@ -47,7 +51,9 @@ void OpenGroup(AudioChannelSet& set, int group, uint32_t linesPerFrame) {
 void AppendSample(AudioChannelSet& set, int channel, uint8_t b0, uint8_t b1, uint8_t b2) {
     std::vector<uint8_t>& samples = set.channelSamples[channel];
     std::size_t& cursor = set.channelWriteCursor[channel];
-    if (cursor > samples.size() || samples.size() - cursor < kSampleBytes) return;
+    const std::size_t limit = set.channelByteLimit[channel];
+    if (cursor > limit || limit - cursor < kSampleBytes) return;
+    if (samples.size() < cursor + kSampleBytes) samples.resize(cursor + kSampleBytes);
     samples[cursor] = b0;
     samples[cursor + 1] = b1;
     samples[cursor + 2] = b2;

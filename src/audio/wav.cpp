@@ -5,6 +5,8 @@
 #include <algorithm>
 #include <cstdio>
 #include <cstring>
+#include <memory>
+#include <new>
 
 #include "base/bytes.h"
 #include "base/file_io.h"
@@ -154,7 +156,8 @@ std::string ReadWavFile(AudioChannelSet& set, const std::string& path, int& chan
     const uint64_t held = in.size() > sampleStart ? in.size() - sampleStart : 0;
     const std::size_t bytesPerSample = bits / 8u;
     const std::size_t frameBytes = channels * bytesPerSample;
-    const uint32_t frames = static_cast<uint32_t>(std::min<uint64_t>(dataSize, held) / frameBytes);
+    const uint32_t frames = static_cast<uint32_t>(std::min<uint64_t>(
+        std::min<uint64_t>(dataSize, held) / frameBytes, set.sampleLimit));
 
     for (int c = 0; c < channels; ++c) {
         const int k = channelBase + c;
@@ -184,7 +187,23 @@ std::string ReadWavFile(AudioChannelSet& set, const std::string& path, int& chan
 
 }  // namespace
 
+namespace {
+std::string ReadAllWavFiles(AudioChannelSet& set);
+}  // namespace
+
 std::string ReadWavFiles(AudioChannelSet& set) {
+    // However large a file (or its declared size), memory that cannot be had
+    // is a refusal, never the end of the program.
+    try {
+        return ReadAllWavFiles(set);
+    } catch (const std::bad_alloc&) {
+        return kWavOutOfMemory;
+    }
+}
+
+namespace {
+
+std::string ReadAllWavFiles(AudioChannelSet& set) {
     int channelBase = 0;
     std::array<uint32_t, kAudioChannels> counts{};
     for (int slot = 0; slot < kAudioChannels; ++slot) {
@@ -208,10 +227,12 @@ std::string ReadWavFiles(AudioChannelSet& set) {
     return kWavOk;
 }
 
+}  // namespace
+
 namespace {
 
-void WriteChannelFile(const std::string& path, const std::vector<uint8_t>& samples,
-                      uint32_t sampleCount) {
+bool WriteChannelFile(platform::OutputFiles& files, const std::string& path,
+                      const std::vector<uint8_t>& samples, uint32_t sampleCount) {
     const uint32_t dataBytes = sampleCount * 3;
     uint8_t header[44] = {};
     std::memcpy(&header[0], "RIFF", 4);
@@ -228,25 +249,26 @@ void WriteChannelFile(const std::string& path, const std::vector<uint8_t>& sampl
     std::memcpy(&header[36], "data", 4);
     WriteLe32(&header[40], dataBytes);
 
-    FilePtr file = OpenFile(path, "wb");
-    if (!file) return;  // a file that cannot be created is passed over
-    std::fwrite(header, 1, sizeof header, file.get());
+    const std::unique_ptr<platform::OutputFile> file = files.Create(path);
+    if (!file || !file->Write(header, sizeof header)) return false;
     const uint64_t wanted = uint64_t{sampleCount} * kSampleBytes;
     const std::size_t held = static_cast<std::size_t>(std::min<uint64_t>(samples.size(), wanted));
-    if (held > 0) std::fwrite(samples.data(), 1, held, file.get());
+    if (held > 0 && !file->Write(samples.data(), held)) return false;
     // A buffer shorter than the sample count (a channel that got fewer
     // samples than the run counted) is completed with silence.
     static const uint8_t kSilence[4096] = {};
     for (uint64_t left = wanted - held; left > 0;) {
         const std::size_t n = static_cast<std::size_t>(std::min<uint64_t>(left, sizeof kSilence));
-        std::fwrite(kSilence, 1, n, file.get());
+        if (!file->Write(kSilence, n)) return false;
         left -= n;
     }
+    return file->Commit();
 }
 
 }  // namespace
 
-void WriteChannelWavFiles(const std::string& directory, const AudioChannelSet& set) {
+std::string WriteChannelWavFiles(const std::string& directory, const AudioChannelSet& set,
+                                 platform::OutputFiles& files) {
     // The two digits advance by one after every file, except after channel 9
     // (by position in the set): there the units digit drops by nine and the
     // tens digit rises by one. With all groups present this counts 01 to 16;
@@ -258,7 +280,10 @@ void WriteChannelWavFiles(const std::string& directory, const AudioChannelSet& s
     for (int g = 0; g < kAudioGroups; ++g) {
         if (!set.groupPresent[g]) continue;
         for (int k = g * kChannelsPerGroup; k < (g + 1) * kChannelsPerGroup; ++k) {
-            WriteChannelFile(JoinPath(directory, name), set.channelSamples[k], set.sampleCount);
+            const std::string path = JoinPath(directory, name);
+            if (!WriteChannelFile(files, path, set.channelSamples[k], set.sampleCount)) {
+                return path;
+            }
             if (k == 8) {
                 name[kUnits] = static_cast<char>(name[kUnits] - 9);
                 name[kTens] = static_cast<char>(name[kTens] + 1);
@@ -267,6 +292,7 @@ void WriteChannelWavFiles(const std::string& directory, const AudioChannelSet& s
             }
         }
     }
+    return {};
 }
 
 }  // namespace fmconv

@@ -11,17 +11,6 @@ FilePtr OpenFile(const std::string& path, const char* mode) {
     return FilePtr(std::fopen(path.c_str(), mode));
 }
 
-bool WriteWholeFile(const std::string& path, const uint8_t* data, std::size_t size) {
-    FilePtr file = OpenFile(path, "wb");
-    if (!file) return false;
-    const bool written = size == 0 || std::fwrite(data, 1, size, file.get()) == size;
-    return std::fclose(file.release()) == 0 && written;
-}
-
-bool WriteWholeFile(const std::string& path, const std::vector<uint8_t>& bytes) {
-    return WriteWholeFile(path, bytes.data(), bytes.size());
-}
-
 std::optional<std::vector<uint8_t>> ReadFilePrefix(const std::string& path, std::size_t maxBytes) {
     FilePtr file = OpenFile(path, "rb");
     if (!file) return std::nullopt;

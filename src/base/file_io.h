@@ -1,6 +1,6 @@
-// Whole-file reads and writes through the standard library. Frames are built
-// in memory and written with one call; readers take a bounded prefix so that
-// a huge or lying file never makes them allocate without limit.
+// Whole-file reads through the standard library; readers take a bounded
+// prefix so that a huge or lying file never makes them allocate without
+// limit. (Every file is written through platform/output_files.h.)
 #pragma once
 
 #include <cstdint>
@@ -20,11 +20,6 @@ using FilePtr = std::unique_ptr<std::FILE, FileCloser>;
 // fopen that refuses folders (which some systems open for reading), so that
 // a folder named like a frame file fails to open as the original's did.
 FilePtr OpenFile(const std::string& path, const char* mode);
-
-// Writes the bytes to path, creating or truncating it. False when the file
-// cannot be opened or not every byte was written.
-bool WriteWholeFile(const std::string& path, const std::vector<uint8_t>& bytes);
-bool WriteWholeFile(const std::string& path, const uint8_t* data, std::size_t size);
 
 // Reads at most maxBytes from the start of path; nullopt when it cannot be
 // opened for reading.

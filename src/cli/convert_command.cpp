@@ -3,6 +3,7 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <cstring>
 #include <filesystem>
 #include <iostream>
 #include <map>
@@ -16,7 +17,7 @@
 #include "base/text.h"
 #include "platform/headless/headless_host.h"
 #include "run/messages.h"
-#include "run/naming.h"
+#include "names/naming.h"
 
 namespace fmconv::cli {
 
@@ -144,6 +145,8 @@ std::optional<std::string> SelectNames(CMainDlg& dlg, const std::vector<std::str
 }  // namespace
 
 int ConvertMain(int argc, char** argv) {
+    // Before any thread starts: SIGINT and SIGTERM are taken as Cancel.
+    platform::InterruptWatcher interrupts;
     ConvertRequest request;
     bool quiet = false;
     if (const auto error = Parse(argc, argv, request, quiet)) {
@@ -151,10 +154,11 @@ int ConvertMain(int argc, char** argv) {
         return 2;
     }
     request.progressBar = !quiet && ::isatty(2);
-    return RunConvert(request, std::cout, std::cerr);
+    return RunConvert(request, std::cout, std::cerr, &interrupts);
 }
 
-int RunConvert(const ConvertRequest& o, std::ostream& out, std::ostream& err) {
+int RunConvert(const ConvertRequest& o, std::ostream& out, std::ostream& err,
+               platform::InterruptWatcher* interrupts) {
     std::mutex outMutex;
     bool finished = false;
     bool progressShown = false;
@@ -242,11 +246,21 @@ int RunConvert(const ConvertRequest& o, std::ostream& out, std::ostream& err) {
         err << "fmconv convert: the window did not allow a run\n";
         return 1;
     }
+    // An interrupt presses Cancel: the file in hand is completed or rolled
+    // back, and no further file starts.
+    if (interrupts) interrupts->OnFirstSignal([&dlg](int) { dlg.RequestCancel(); });
     dlg.Click(kIdExec);
+    if (interrupts && interrupts->Signal() != 0) dlg.RequestCancel();  // one that came before
     const int exitCode = dlg.WaitForRun();
+    if (interrupts) interrupts->OnFirstSignal(nullptr);
     std::lock_guard lock(outMutex);
     clearProgress();
     if (finished) out << kMsgConvertFinished << std::endl;
+    if (interrupts && interrupts->Signal() != 0) {
+        err << "fmconv convert: interrupted (" << strsignal(interrupts->Signal())
+            << "); the files listed above are complete" << std::endl;
+        return platform::kInterruptedExitCode;
+    }
     return exitCode == 0 ? 0 : 1;
 }
 

@@ -7,6 +7,8 @@
 #include <string>
 #include <vector>
 
+#include "platform/interrupts.h"
+
 namespace fmconv::cli {
 
 // One run as the command line asks for it.
@@ -23,8 +25,10 @@ struct ConvertRequest {
 
 // Sets the window up as the request says, presses Exec and waits for the
 // run. Entries go to out, boxes and trace lines to err. Returns 0 (the run
-// reached its end), 1 (it stopped early) or 2 (a name the list does not show).
-int RunConvert(const ConvertRequest& request, std::ostream& out, std::ostream& err);
+// reached its end), 1 (it stopped early), 2 (a name the list does not show)
+// or 130 (an interrupt, taken by `interrupts`, stopped it as Cancel does).
+int RunConvert(const ConvertRequest& request, std::ostream& out, std::ostream& err,
+               platform::InterruptWatcher* interrupts = nullptr);
 
 // argv holds the arguments after "convert". Returns the exit code: 0 the run
 // reached its end, 1 it stopped early, 2 a usage error (nothing written).

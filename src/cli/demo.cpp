@@ -7,7 +7,7 @@
 #include <vector>
 
 #include "base/bytes.h"
-#include "base/file_io.h"
+#include "platform/output_files.h"
 #include "base/text.h"
 #include "cli/convert_command.h"
 
@@ -119,7 +119,11 @@ int RunDemo(const std::string& folder, std::ostream& out, std::ostream& err) {
     }
     const std::string picture = JoinPath(in, "DEMOLOGO.tga");
     const std::string tones = JoinPath(in, "tones.wav");
-    if (!WriteWholeFile(picture, DemoPictureTga()) || !WriteWholeFile(tones, DemoTonesWav())) {
+    const auto write = [](const std::string& path, const std::vector<uint8_t>& bytes) {
+        return platform::WriteWholeFile(platform::SystemOutputFiles(), path, bytes.data(),
+                                        bytes.size());
+    };
+    if (!write(picture, DemoPictureTga()) || !write(tones, DemoTonesWav())) {
         err << "fmconv demo: cannot write the inputs into " << in << '\n';
         return 1;
     }

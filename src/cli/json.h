@@ -1,4 +1,5 @@
-// Just enough JSON for the command line's output lines.
+// The one JSON writer of the command line: just enough for its output
+// lines, shared by every subcommand.
 #pragma once
 
 #include <string>
@@ -7,8 +8,11 @@
 
 namespace fmconv::cli {
 
-// A JSON string literal, quotes included. Valid UTF-8 passes through; other
-// bytes above 127 (names in a single-byte code page) become \u00XX.
+// A JSON string literal, quotes included, always valid UTF-8. Well-formed
+// UTF-8 passes through; every other byte above 127 (a name in a single-byte
+// code page, a broken sequence) becomes the escape \udcXX, the way a
+// surrogate-escaping decoder reads it, so that the name's bytes can be
+// recovered exactly.
 std::string JsonString(std::string_view text);
 std::string JsonBool(bool value);
 std::string JsonStringArray(const std::vector<std::string>& items);

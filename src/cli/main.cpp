@@ -1,11 +1,13 @@
 // fmconv: the command line of the frame-memory converter.
 #include <iostream>
+#include <new>
 #include <string>
 #include <vector>
 
 #include "cli/convert_command.h"
 #include "cli/demo.h"
 #include "cli/ui_command.h"
+#include "platform/interrupts.h"
 
 namespace {
 
@@ -15,9 +17,7 @@ constexpr char kUsage[] =
     "       fmconv ui [--script FILE] [--real-space-check]\n"
     "       fmconv --help\n";
 
-}  // namespace
-
-int main(int argc, char** argv) {
+int Dispatch(int argc, char** argv) {
     const std::vector<std::string> args(argv + 1, argv + argc);
     if (args.empty() || args[0] == "--help" || args[0] == "-h") {
         (args.empty() ? std::cerr : std::cout) << kUsage;
@@ -34,4 +34,16 @@ int main(int argc, char** argv) {
     if (args[0] == "ui") return fmconv::cli::UiMain(argc - 2, argv + 2);
     std::cerr << "fmconv: unknown command '" << args[0] << "'\n" << kUsage;
     return 2;
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+    fmconv::platform::TreatFileSizeLimitAsFullDisk();
+    try {
+        return Dispatch(argc, argv);
+    } catch (const std::bad_alloc&) {
+        std::cerr << "fmconv: not enough memory\n";
+        return 1;
+    }
 }

@@ -2,63 +2,57 @@
 
 #include <filesystem>
 
-#include "base/file_io.h"
 #include "base/text.h"
 #include "fmfiles/register_file.h"
-#include "run/disk_space.h"
+#include "names/confinement.h"
+#include "names/disk_space.h"
 
 namespace fmconv {
 
 namespace {
 
-// The steps every container routine shares before it writes: the space
-// test on the source, then the whole-file copy. Returns the result to give
-// up with, or nullopt when the copy is in place.
-std::optional<ContainerResult> TestSpaceAndCopy(const std::string& source,
-                                                const std::string& target,
-                                                const std::string& destDir,
-                                                ConversionContext& ctx) {
+// The copy every container routine makes: the space test on the source, then
+// a new file under target holding the source's bytes less `cut` at its end,
+// and the trailer when one is given. The file reaches its name only whole.
+// A source that cannot be read is an empty result (the run names the
+// source); whatever fails on the destination's side is the copy failure,
+// which names the target.
+ContainerResult CopyIntoTarget(const std::string& source, const std::string& target,
+                               const std::string& destDir, uint64_t cut,
+                               const RegisterTrailer* trailer, ConversionContext& ctx,
+                               std::string success) {
     switch (TestSpaceForFile(source, destDir, *ctx.freeSpace)) {
         case SpaceVerdict::kUnknown:
-            return ContainerResult{};
+            return {};
         case SpaceVerdict::kInsufficient:
             return ContainerResult{kHddMemoryNotSufficient, {}, false};
         case SpaceVerdict::kProceed:
             break;
     }
-    if (!ctx.copyFile(source, target)) return ContainerResult{"", target, false};
-    return std::nullopt;
-}
-
-// Opens the copy for reading and writing, cuts `cut` bytes off its end and
-// appends trailer when given. False when it cannot be reopened.
-bool FinishCopy(const std::string& path, uint64_t cut, const RegisterTrailer* trailer) {
-    FilePtr file = OpenFile(path, "r+b");
-    if (!file) return false;
+    const ContainerResult copyFailed{"", target, false};
+    uint64_t count = platform::OutputFile::kToEnd;
     if (cut > 0) {
         std::error_code error;
-        const uint64_t size = std::filesystem::file_size(path, error);
-        if (error) return false;
-        file.reset();
-        std::filesystem::resize_file(path, size > cut ? size - cut : 0, error);
-        if (error) return false;
-        if (!trailer) return true;
-        file = OpenFile(path, "r+b");
-        if (!file) return false;
+        const uint64_t size = std::filesystem::file_size(source, error);
+        if (error) return {};
+        count = size > cut ? size - cut : 0;
     }
-    if (trailer) {
-        std::fseek(file.get(), 0, SEEK_END);
-        std::fwrite(trailer->data(), 1, trailer->size(), file.get());
+    const std::unique_ptr<platform::OutputFile> out = ctx.files->Create(target);
+    if (!out) return copyFailed;
+    switch (out->CopyFrom(source, count)) {
+        case platform::OutputFile::CopyResult::kSourceFailed:
+            return {};
+        case platform::OutputFile::CopyResult::kWriteFailed:
+            return copyFailed;
+        case platform::OutputFile::CopyResult::kOk:
+            break;
     }
-    return true;
+    if (trailer && !out->Write(trailer->data(), trailer->size())) return copyFailed;
+    if (!out->Commit()) return copyFailed;
+    return ContainerResult{std::move(success), {}, false};
 }
 
 }  // namespace
-
-bool IsUnsafeFileName(const std::string& name) {
-    return name.empty() || name == "." || name == ".." || name.find('/') != std::string::npos ||
-           name.find('\\') != std::string::npos;
-}
 
 ContainerResult PackRegisterFile(const std::string& sourceDir, const std::string& sourceName,
                                  const std::string& destDir, int32_t fnumber, RegisterKind kind,
@@ -68,12 +62,9 @@ ContainerResult PackRegisterFile(const std::string& sourceDir, const std::string
     const RegisterTrailer trailer = BuildRegisterTrailer(inner);
     if (variant == PackVariant::kPlain && fnumber > 9999) return ContainerResult{"", {}, true};
     const std::string name = RegisterFileName(fnumber, kind);
-    const std::string target = JoinPath(destDir, name);
-    if (auto early = TestSpaceAndCopy(JoinPath(sourceDir, sourceName), target, destDir, ctx)) {
-        return *early;
-    }
-    if (!FinishCopy(target, 0, &trailer)) return {};
-    return {kind == RegisterKind::kSf1 ? name : RegisterListItem(name, inner), {}, false};
+    return CopyIntoTarget(JoinPath(sourceDir, sourceName), JoinPath(destDir, name), destDir, 0,
+                          &trailer, ctx,
+                          kind == RegisterKind::kSf1 ? name : RegisterListItem(name, inner));
 }
 
 ContainerResult UnpackRegisterFile(const std::string& sourceDir, const std::string& source,
@@ -87,11 +78,9 @@ ContainerResult UnpackRegisterFile(const std::string& sourceDir, const std::stri
     if (read.status == TrailerReadStatus::kOpenFailed) return {};
     const std::string output = variant == UnpackVariant::kListItem ? std::string(item.inner)
                                                                    : TrailerInnerName(read.trailer);
-    if (IsUnsafeFileName(output)) return {};
-    const std::string target = JoinPath(destDir, output);
-    if (auto early = TestSpaceAndCopy(sourcePath, target, destDir, ctx)) return *early;
-    if (!FinishCopy(target, kRegisterTrailerSize, nullptr)) return {};
-    return {output, {}, false};
+    if (!IsConfinedName(output)) return {};
+    return CopyIntoTarget(sourcePath, JoinPath(destDir, output), destDir, kRegisterTrailerSize,
+                          nullptr, ctx, output);
 }
 
 ContainerResult RenumberRegisterFile(const std::string& sourceDir, const std::string& item,
@@ -99,6 +88,7 @@ ContainerResult RenumberRegisterFile(const std::string& sourceDir, const std::st
                                      ConversionContext& ctx) {
     const RegisterItemParts parts = SplitRegisterListItem(item);
     const std::string_view inner = parts.inner;
+    if (!IsConfinedName(inner)) return {};
     const std::string_view innerExt = LastChars(inner, 3);
     std::string_view stem = StemOf(inner);
     stem = stem.substr(0, stem.size() > 4 ? stem.size() - 4 : 0);
@@ -115,14 +105,10 @@ ContainerResult RenumberRegisterFile(const std::string& sourceDir, const std::st
         return {};
     }
     const std::string name = RegisterFileName(fnumber, kind);
-    const std::string target = JoinPath(destDir, name);
-    if (auto early =
-            TestSpaceAndCopy(JoinPath(sourceDir, std::string(parts.file)), target, destDir, ctx)) {
-        return *early;
-    }
     const RegisterTrailer trailer = BuildRegisterTrailer(newInner);
-    if (!FinishCopy(target, kRegisterTrailerSize, &trailer)) return {};
-    return {RegisterListItem(name, newInner), {}, false};
+    return CopyIntoTarget(JoinPath(sourceDir, std::string(parts.file)), JoinPath(destDir, name),
+                          destDir, kRegisterTrailerSize, &trailer, ctx,
+                          RegisterListItem(name, newInner));
 }
 
 }  // namespace fmconv

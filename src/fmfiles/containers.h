@@ -3,9 +3,12 @@
 //
 // Each routine answers with the text for the destination list, with "HDD
 // memory is not sufficient!" (nothing written), or with an empty text
-// (nothing written, or a write that could not be finished). A failed
-// whole-file copy is an outcome of its own: the run shows "Destination file
-// write error [%s]" with the target and ends.
+// (nothing written: the source could not be read, or a name read from it
+// would lead out of the destination folder). A copy that fails on the
+// destination's side (it cannot be created, the disk is full, the trailer
+// cannot be written) is an outcome of its own: the run shows "Destination
+// file write error [%s]" with the target and ends. A register file reaches
+// its name only whole.
 #pragma once
 
 #include <cstdint>
@@ -13,7 +16,7 @@
 #include <string>
 
 #include "fmfiles/conversion_context.h"
-#include "run/naming.h"
+#include "names/naming.h"
 
 namespace fmconv {
 
@@ -57,9 +60,5 @@ ContainerResult UnpackRegisterFile(const std::string& sourceDir, const std::stri
 ContainerResult RenumberRegisterFile(const std::string& sourceDir, const std::string& item,
                                      const std::string& destDir, int32_t fnumber,
                                      ConversionContext& ctx);
-
-// A name read from a file that could lead a write out of the destination
-// folder (a separator, "." or ".."), or an empty one.
-bool IsUnsafeFileName(const std::string& name);
 
 }  // namespace fmconv

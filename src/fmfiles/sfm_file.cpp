@@ -4,9 +4,9 @@
 #include <cstring>
 
 #include "base/bytes.h"
-#include "base/file_io.h"
+#include "platform/output_files.h"
 #include "fmfiles/ten_bit.h"
-#include "run/naming.h"
+#include "names/naming.h"
 
 namespace fmconv {
 
@@ -111,7 +111,9 @@ std::vector<uint8_t> BuildSfmFile(const SfmHeader& header, const FrameLayout& la
 
 bool WriteSfmFile(const std::string& path, const SfmHeader& header, const FrameLayout& layout,
                   const PictureFrame& frame) {
-    return WriteWholeFile(path, BuildSfmFile(header, layout, frame));
+    const std::vector<uint8_t> bytes = BuildSfmFile(header, layout, frame);
+    return platform::WriteWholeFile(platform::SystemOutputFiles(), path, bytes.data(),
+                                    bytes.size());
 }
 
 bool DecodeSfmPicture(const std::vector<uint8_t>& file, const FrameLayout& layout,

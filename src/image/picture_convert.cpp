@@ -6,7 +6,6 @@
 #include <utility>
 #include <vector>
 
-#include "base/file_io.h"
 #include "image/bmp.h"
 #include "image/byte_source.h"
 #include "image/tga.h"
@@ -150,12 +149,12 @@ std::unique_ptr<PictureReader> MakeReader(PictureKind kind, ByteSource& source,
     return nullptr;
 }
 
-// Writes the frame into an output opened earlier, and closes it. Like every
-// single write of a conversion, the write is not checked.
-void WriteFrame(FilePtr output, const SfmHeader& header, const FrameLayout& layout,
+// Writes the frame into an output started earlier; false when it could not
+// be written whole (nothing is then left under its name).
+bool WriteFrame(platform::OutputFile& output, const SfmHeader& header, const FrameLayout& layout,
                 const PictureFrame& frame) {
     const std::vector<uint8_t> bytes = BuildSfmFile(header, layout, frame);
-    std::fwrite(bytes.data(), 1, bytes.size(), output.get());
+    return output.Write(bytes.data(), bytes.size()) && output.Commit();
 }
 
 void ResetFrame(PictureFrame& frame) {
@@ -165,11 +164,13 @@ void ResetFrame(PictureFrame& frame) {
 
 // The steps every converter takes; a BMP has no key. The outputs are named
 // and checked before the source is opened, and created only once the
-// source's header was accepted; a failure after that leaves on disk what was
-// written. The source is closed on every path, a refused BMP's included.
+// source's header was accepted. A frame that cannot be written whole is a
+// failure of that frame (the fill's result, or the key's), and nothing is
+// left under its name; a fill written before a failed key stays. The source
+// is closed on every path, a refused BMP's included.
 int ConvertPicture(PictureKind kind, const std::string& sourcePath, const std::string& fillPath,
                    const std::optional<std::string>& keyPath, int frameFormat, int lineOffset,
-                   int pixelOffset, const TraceSink& trace) {
+                   int pixelOffset, const TraceSink& trace, platform::OutputFiles& files) {
     const FrameLayout* layout = GetFrameLayout(frameFormat);
     if (layout == nullptr) return kPictureBadFrameFormat;
     SfmHeader fillHeader;
@@ -188,7 +189,7 @@ int ConvertPicture(PictureKind kind, const std::string& sourcePath, const std::s
     const std::unique_ptr<PictureReader> reader = MakeReader(kind, *source, trace);
     if (!reader->ReadHeader().empty()) return kPictureNotAccepted;
 
-    FilePtr fillFile = OpenFile(fillPath, "wb");
+    const std::unique_ptr<platform::OutputFile> fillFile = files.Create(fillPath);
     if (!fillFile) {
         // The BMP converter answers -1 here as well, so the driver's message
         // names the source; that pairing is kept on purpose.
@@ -202,16 +203,19 @@ int ConvertPicture(PictureKind kind, const std::string& sourcePath, const std::s
     if (withKey && kind == PictureKind::kTga) tgaKey = MakeUncoveredFrame(*layout);
     PlacePicture(*reader, lineOffset, pixelOffset, layout->matrix, &frame,
                  tgaKey.luma.empty() ? nullptr : &tgaKey);
-    WriteFrame(std::move(fillFile), fillHeader, *layout, frame);
+    // A BMP's output that cannot be written is named as the output it is.
+    if (!WriteFrame(*fillFile, fillHeader, *layout, frame)) return kPictureFillUnwritable;
     if (!withKey) return layout->frameFormat;
 
-    FilePtr keyFile = OpenFile(*keyPath, "wb");
+    const std::unique_ptr<platform::OutputFile> keyFile = files.Create(*keyPath);
     if (!keyFile) return kPictureKeyUnwritable;
     if (kind == PictureKind::kTiff) {
         ResetFrame(frame);
         PlacePicture(*reader, lineOffset, pixelOffset, layout->matrix, nullptr, &frame);
     }
-    WriteFrame(std::move(keyFile), keyHeader, *layout, kind == PictureKind::kTga ? tgaKey : frame);
+    if (!WriteFrame(*keyFile, keyHeader, *layout, kind == PictureKind::kTga ? tgaKey : frame)) {
+        return kPictureKeyUnwritable;
+    }
     return kPictureKeyWritten + layout->frameFormat;
 }
 
@@ -219,23 +223,23 @@ int ConvertPicture(PictureKind kind, const std::string& sourcePath, const std::s
 
 int ConvertBmpPicture(const std::string& sourcePath, const std::string& outputPath,
                       const std::optional<std::string>& /*unused*/, int frameFormat, int lineOffset,
-                      int pixelOffset, const TraceSink& trace) {
+                      int pixelOffset, const TraceSink& trace, platform::OutputFiles& files) {
     return ConvertPicture(PictureKind::kBmp, sourcePath, outputPath, std::nullopt, frameFormat,
-                          lineOffset, pixelOffset, trace);
+                          lineOffset, pixelOffset, trace, files);
 }
 
 int ConvertTgaPicture(const std::string& sourcePath, const std::string& fillPath,
                       const std::optional<std::string>& keyPath, int frameFormat, int lineOffset,
-                      int pixelOffset, const TraceSink& trace) {
+                      int pixelOffset, const TraceSink& trace, platform::OutputFiles& files) {
     return ConvertPicture(PictureKind::kTga, sourcePath, fillPath, keyPath, frameFormat, lineOffset,
-                          pixelOffset, trace);
+                          pixelOffset, trace, files);
 }
 
 int ConvertTiffPicture(const std::string& sourcePath, const std::string& fillPath,
                        const std::optional<std::string>& keyPath, int frameFormat, int lineOffset,
-                       int pixelOffset, const TraceSink& trace) {
+                       int pixelOffset, const TraceSink& trace, platform::OutputFiles& files) {
     return ConvertPicture(PictureKind::kTiff, sourcePath, fillPath, keyPath, frameFormat,
-                          lineOffset, pixelOffset, trace);
+                          lineOffset, pixelOffset, trace, files);
 }
 
 }  // namespace fmconv

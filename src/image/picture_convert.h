@@ -12,6 +12,7 @@
 #include "base/trace.h"
 #include "fmfiles/sfm_file.h"
 #include "image/picture_reader.h"
+#include "platform/output_files.h"
 
 namespace fmconv {
 
@@ -19,31 +20,35 @@ namespace fmconv {
 // fill alone, 10 + FrameFormat when it wrote fill and key, or a failure.
 enum PictureResult : int {
     kPictureSourceUnreadable = -1,  // BMP also: the output could not be created
-    kPictureFillUnwritable = -2,    // not a frame-memory name, or not creatable
+    kPictureFillUnwritable = -2,    // not a frame-memory name, not creatable, or not written whole
     kPictureNotAccepted = -3,       // not a variant the readers take
     kPictureBadFrameFormat = -4,
-    kPictureKeyUnwritable = -5,  // not a frame-memory name, or not creatable
+    kPictureKeyUnwritable = -5,  // not a frame-memory name, not creatable, or not written whole
 };
 constexpr int kPictureKeyWritten = 10;
 
-// The output paths are written as given, ".TMP" suffix included. Line and
-// pixel offset give the frame line and column of the picture's top-left
-// pixel; an odd pixel offset is raised to the next even number.
+// The output paths are written as given, ".TMP" suffix included, through
+// files (each reaches its name only whole). Line and pixel offset give the
+// frame line and column of the picture's top-left pixel; an odd pixel offset
+// is raised to the next even number.
 //
 // BMP: outputPath is the single output; the third argument is not used.
 int ConvertBmpPicture(const std::string& sourcePath, const std::string& outputPath,
                       const std::optional<std::string>& unused, int frameFormat, int lineOffset,
-                      int pixelOffset, const TraceSink& trace);
+                      int pixelOffset, const TraceSink& trace,
+                      platform::OutputFiles& files = platform::SystemOutputFiles());
 // TGA: the key is written when keyPath is given and the picture has 32-bit
 // pixels. The reader traces "fseek RGB = <offset>" to the sink.
 int ConvertTgaPicture(const std::string& sourcePath, const std::string& fillPath,
                       const std::optional<std::string>& keyPath, int frameFormat, int lineOffset,
-                      int pixelOffset, const TraceSink& trace);
+                      int pixelOffset, const TraceSink& trace,
+                      platform::OutputFiles& files = platform::SystemOutputFiles());
 // TIFF: the key is written when keyPath is given and the picture has four
 // samples per pixel; it is made by reading the pixel data a second time.
 int ConvertTiffPicture(const std::string& sourcePath, const std::string& fillPath,
                        const std::optional<std::string>& keyPath, int frameFormat, int lineOffset,
-                       int pixelOffset, const TraceSink& trace);
+                       int pixelOffset, const TraceSink& trace,
+                      platform::OutputFiles& files = platform::SystemOutputFiles());
 
 // The pieces of a conversion.
 

@@ -26,12 +26,6 @@ std::vector<std::string> ListDirectory(const std::string& folder, std::string_vi
     return names;
 }
 
-bool CopyWholeFile(const std::string& source, const std::string& target) {
-    std::error_code error;
-    if (!fs::is_regular_file(source, error)) return false;
-    return fs::copy_file(source, target, fs::copy_options::overwrite_existing, error) && !error;
-}
-
 std::string CurrentDirectory() {
     std::error_code error;
     fs::path current = fs::current_path(error);

@@ -1,6 +1,6 @@
 // File services that the converter takes from its operating system:
-// directory enumeration by extension, whole-file copy and the current
-// directory.
+// directory enumeration by extension and the current directory. (Whole-file
+// copies are made by the writer of platform/output_files.h.)
 #pragma once
 
 #include <string>
@@ -15,10 +15,6 @@ namespace fmconv::platform {
 // order of a sorted list box (CompareListText) so that runs repeat exactly;
 // an unreadable or missing folder gives an empty list.
 std::vector<std::string> ListDirectory(const std::string& folder, std::string_view extension);
-
-// Copies the whole file from source to target, replacing an existing target
-// without asking. False when the copy could not be made.
-bool CopyWholeFile(const std::string& source, const std::string& target);
 
 // The process's current directory; empty when it cannot be read.
 std::string CurrentDirectory();

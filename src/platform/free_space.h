@@ -1,5 +1,5 @@
 // Free-space probes. Every converter asks one before it copies or writes a
-// file (see run/disk_space.h for the test itself).
+// file (see names/disk_space.h for the test itself).
 //
 // The window's probe keeps the legacy reading: the free bytes of the file
 // system holding the current directory, cut to their low 32 bits and read as

@@ -1,5 +1,6 @@
 #include "platform/profile.h"
 
+#include <filesystem>
 #include <fstream>
 #include <iterator>
 #include <optional>
@@ -8,6 +9,7 @@
 
 #include "base/file_io.h"
 #include "base/text.h"
+#include "platform/output_files.h"
 
 namespace fmconv::platform {
 
@@ -98,13 +100,11 @@ std::optional<std::string> ReadAll(const std::string& path) {
 
 }  // namespace
 
-std::string GetPrivateProfileString(const std::string& section, const std::string& key,
-                                    const std::string& defaultValue, const std::string& path,
-                                    std::size_t bufferSize) {
+std::string ProfileValue(const std::string& content, const std::string& section,
+                         const std::string& key, const std::string& defaultValue,
+                         std::size_t bufferSize) {
     const std::size_t limit = bufferSize > 0 ? bufferSize - 1 : 0;
-    const std::optional<std::string> content = ReadAll(path);
-    if (!content) return defaultValue.substr(0, limit);
-    const std::vector<Line> lines = SplitLines(*content);
+    const std::vector<Line> lines = SplitLines(content);
     const Place place = Locate(lines, section, key);
     if (!place.key) return defaultValue.substr(0, limit);
     const std::string& text = lines[*place.key].text;
@@ -116,12 +116,10 @@ std::string GetPrivateProfileString(const std::string& section, const std::strin
     return std::string(value.substr(0, limit));
 }
 
-bool WritePrivateProfileString(const std::string& section, const std::string& key,
-                               const std::string& value, const std::string& path) {
+std::string ProfileWithValue(const std::string& content, const std::string& section,
+                             const std::string& key, const std::string& value) {
     const std::string entry = key + "=" + value;
-    const std::optional<std::string> content = ReadAll(path);
-    std::vector<Line> lines = content ? SplitLines(*content) : std::vector<Line>{};
-
+    std::vector<Line> lines = SplitLines(content);
     std::string eol = "\r\n";
     for (const Line& line : lines) {
         if (!line.end.empty()) {
@@ -142,10 +140,43 @@ bool WritePrivateProfileString(const std::string& section, const std::string& ke
         lines.push_back(Line{"[" + section + "]", eol});
         lines.push_back(Line{entry, eol});
     }
-
     std::string out;
     for (const Line& line : lines) out += line.text + line.end;
-    return WriteWholeFile(path, reinterpret_cast<const uint8_t*>(out.data()), out.size());
+    return out;
+}
+
+std::string GetPrivateProfileString(const std::string& section, const std::string& key,
+                                    const std::string& defaultValue, const std::string& path,
+                                    std::size_t bufferSize) {
+    const std::optional<std::string> content = ReadAll(path);
+    if (!content) return defaultValue.substr(0, bufferSize > 0 ? bufferSize - 1 : 0);
+    return ProfileValue(*content, section, key, defaultValue, bufferSize);
+}
+
+bool WritePrivateProfileString(const std::string& section, const std::string& key,
+                               const std::string& value, const std::string& path) {
+    return WritePrivateProfileStrings(section, {{key, value}}, path);
+}
+
+bool WritePrivateProfileStrings(const std::string& section,
+                                const std::vector<std::pair<std::string, std::string>>& entries,
+                                const std::string& path) {
+    // The file another program owns is rewritten where it really is.
+    std::string target = path;
+    std::error_code error;
+    if (std::filesystem::is_symlink(path, error)) {
+        const std::filesystem::path real = std::filesystem::canonical(path, error);
+        if (!error) target = real.string();
+    }
+    std::string content;
+    if (std::filesystem::exists(target, error)) {
+        const std::optional<std::string> old = ReadAll(target);
+        if (!old) return false;
+        content = *old;
+    }
+    for (const auto& [key, value] : entries) content = ProfileWithValue(content, section, key, value);
+    return WriteWholeFile(SystemOutputFiles(), target,
+                          reinterpret_cast<const uint8_t*>(content.data()), content.size());
 }
 
 }  // namespace fmconv::platform

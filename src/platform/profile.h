@@ -6,6 +6,8 @@
 
 #include <cstddef>
 #include <string>
+#include <utility>
+#include <vector>
 
 namespace fmconv::platform {
 
@@ -24,5 +26,21 @@ std::string GetPrivateProfileString(const std::string& section, const std::strin
 // the file could not be written.
 bool WritePrivateProfileString(const std::string& section, const std::string& key,
                                const std::string& value, const std::string& path);
+
+// Sets several keys of one section and rewrites the file once, whole: the
+// new content goes to a temporary beside it and replaces the file only when
+// written completely (a symbolic link is followed to the file it names, and
+// the file keeps its permissions). On any failure the file stays exactly as
+// it was.
+bool WritePrivateProfileStrings(const std::string& section,
+                                const std::vector<std::pair<std::string, std::string>>& entries,
+                                const std::string& path);
+
+// The same rules on a file's content in memory.
+std::string ProfileValue(const std::string& content, const std::string& section,
+                         const std::string& key, const std::string& defaultValue,
+                         std::size_t bufferSize = 260);
+std::string ProfileWithValue(const std::string& content, const std::string& section,
+                             const std::string& key, const std::string& value);
 
 }  // namespace fmconv::platform

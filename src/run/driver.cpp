@@ -6,6 +6,8 @@
 #include "run/driver.h"
 
 #include <cstdio>
+#include <memory>
+#include <new>
 #include <optional>
 #include <string>
 #include <vector>
@@ -17,12 +19,14 @@
 #include "audio/signal_format.h"
 #include "audio/wav.h"
 #include "base/text.h"
+#include "platform/folder_lock.h"
+#include "platform/output_files.h"
 #include "fmfiles/containers.h"
-#include "fmfiles/extracting_conversions.h"
+#include "audio/extracting_conversions.h"
 #include "image/picture_convert.h"
-#include "run/disk_space.h"
+#include "names/disk_space.h"
 #include "run/messages.h"
-#include "run/naming.h"
+#include "names/naming.h"
 #include "run/numbering.h"
 
 namespace fmconv {
@@ -67,6 +71,25 @@ constexpr std::pair<int, int> kFrameFormats[] = {
 
 // Channel fields in channel order 1 to 16.
 constexpr int kWavSlots = 16;
+
+// The most audio samples a frame can carry (48 000 / 23, the slowest audio
+// timing, rounded up with room for the samples a frame's first lines take
+// over from the one before) and a margin: the WAV reader keeps no more than
+// the run can embed.
+constexpr uint64_t kSamplesPerFrameBound = 2100;
+constexpr uint64_t kSampleMargin = 1024;
+
+// A converter's call, with memory that cannot be had turned into that
+// converter's failure (the run then stops with its message) instead of the
+// end of the program.
+template <typename Convert, typename Failure>
+auto Guarded(Convert convert, Failure failure) -> decltype(convert()) {
+    try {
+        return convert();
+    } catch (const std::bad_alloc&) {
+        return failure;
+    }
+}
 constexpr std::size_t kPathLimit = 259;  // the 260-character slots keep 259 and a terminator
 
 class Run final : public ErrorReporter {
@@ -117,7 +140,11 @@ class Run final : public ErrorReporter {
 
     // --- the parts of a run ---
     int Finish();
-    bool ReadWav();  // false after its box and the reset
+    // Takes the destination folder for this run; false (after the box and
+    // the reset) when another run holds it.
+    bool HoldDestination();
+    // frames: how many frames the run can write, which bounds the audio kept.
+    bool ReadWav(uint64_t frames);  // false after its box and the reset
     void ReleaseAudio() {
         for (auto& samples : set_.channelSamples) std::vector<uint8_t>().swap(samples);
     }
@@ -139,10 +166,25 @@ class Run final : public ErrorReporter {
     std::vector<int> selection_;
     int count_ = 0;
     AudioChannelSet set_;
+    std::unique_ptr<platform::FolderLock> destinationLock_;
 };
 
-bool Run::ReadWav() {
+bool Run::HoldDestination() {
+    platform::FolderLock::Result held = platform::FolderLock::TryLock(destDir_);
+    if (held.outcome == platform::FolderLock::Outcome::kInUse) {
+        StopWith(Format(kMsgFolderInUse, destDir_.c_str()));
+        return false;
+    }
+    destinationLock_ = std::move(held.lock);
+    // What a killed run left half written can go now that no run writes here.
+    if (destinationLock_) platform::RemoveStaleTemporaries(destDir_);
+    return true;
+}
+
+bool Run::ReadWav(uint64_t frames) {
     ResetAudioChannelSet(set_);
+    set_.sampleLimit = static_cast<uint32_t>(
+        std::min<uint64_t>(frames * kSamplesPerFrameBound + kSampleMargin, UINT32_MAX));
     for (int slot = 0; slot < kWavSlots; ++slot) {
         const std::string& path = wavList_[static_cast<std::size_t>(slot)];
         if (!path.empty()) set_.wavPath[static_cast<std::size_t>(slot)] = path;
@@ -181,7 +223,8 @@ int Run::PerFileLoop(Convert convert, Entry entry, bool nameBeforeParen) {
         if (w_.CancelRequested()) return Stop();
         const std::string item = ItemAt(k);
         const std::string name(nameBeforeParen ? SplitRegisterListItem(item).file : item);
-        const auto result = convert(k, item, name);
+        const auto result = Guarded([&] { return convert(k, item, name); },
+                                    decltype(convert(k, item, name)){});
         if (!Accept(result, JoinPath(sourceDir_, name))) return -1;
         AddEntry(entry(result, item));
         FileDone(k);
@@ -203,6 +246,7 @@ int Run::Execute() {
     selection_ = s_.ListSelection(kIdSourceList, kMaxSelectedItems);
     count_ = static_cast<int>(selection_.size());
     s_.ProgressSetRange(kIdProgress, 0, count_);
+    if (!HoldDestination()) return -1;
 
     // The first checked source radio decides; within it the destination
     // radios are tested in the matrix's order.
@@ -272,7 +316,7 @@ int Run::RunBranch(Source source, Dest dest) {
     };
     // The branches that read the WAV files: read, check, convert, release.
     const auto withAudio = [&](auto numbersOk, bool storeFrameCount, auto loop) {
-        if (!ReadWav()) return -1;
+        if (!ReadWav(static_cast<uint64_t>(count_))) return -1;
         if (!numbersOk()) return Stop();
         if (storeFrameCount) set_.frameCount = static_cast<uint16_t>(count_);
         if (loop() != 0) return -1;
@@ -286,7 +330,12 @@ int Run::RunBranch(Source source, Dest dest) {
         ResetAudioChannelSet(set_);
         set_.frameCount = static_cast<uint16_t>(count_);
         if (PerFileLoop(extractor(convert), plain, nameBeforeParen) != 0) return -1;
-        if (set_.sampleCount != 0) WriteChannelWavFiles(destDir_, set_);
+        if (set_.sampleCount != 0) {
+            const std::string failed = WriteChannelWavFiles(destDir_, set_, *ctx_.files);
+            // A WAV file that cannot be written whole ends the run like a
+            // failed copy: its box names the file.
+            if (!failed.empty()) return StopWith(Format(kMsgDestinationWriteError, failed.c_str()));
+        }
         ReleaseAudio();
         return 0;
     };
@@ -401,7 +450,8 @@ int Run::RunPictures(Dest dest) {
     }
     const int32_t ceiling = RegisterCeiling(frameFormat);
 
-    if (sfaGroup && !ReadWav()) return -1;
+    // A picture gives at most two frames (fill and key).
+    if (sfaGroup && !ReadWav(2 * static_cast<uint64_t>(count_))) return -1;
     int32_t R = 0;
     int32_t F = 0;
     if (dest == Dest::kSfm || dest == Dest::kSfa) {
@@ -428,17 +478,24 @@ int Run::RunPictures(Dest dest) {
         const std::string keyPath = JoinPath(destDir_, names.sName);
         const std::string& firstName = names.subPicture ? names.sName : names.mName;
 
-        int result = 0;
-        if (names.ext == "bmp") {
-            result = ConvertBmpPicture(sourcePath, names.subPicture ? keyPath : fillPath,
-                                       std::nullopt, frameFormat, 0, 0, ctx_.trace);
-        } else if (names.ext == "tif" || names.ext == "tiff") {
-            result =
-                ConvertTiffPicture(sourcePath, fillPath, keyPath, frameFormat, 0, 0, ctx_.trace);
-        } else if (names.ext == "tga") {
-            result =
-                ConvertTgaPicture(sourcePath, fillPath, keyPath, frameFormat, 0, 0, ctx_.trace);
-        }
+        const int result = Guarded(
+            [&] {
+                if (names.ext == "bmp") {
+                    return ConvertBmpPicture(sourcePath, names.subPicture ? keyPath : fillPath,
+                                             std::nullopt, frameFormat, 0, 0, ctx_.trace,
+                                             *ctx_.files);
+                }
+                if (names.ext == "tif" || names.ext == "tiff") {
+                    return ConvertTiffPicture(sourcePath, fillPath, keyPath, frameFormat, 0, 0,
+                                              ctx_.trace, *ctx_.files);
+                }
+                if (names.ext == "tga") {
+                    return ConvertTgaPicture(sourcePath, fillPath, keyPath, frameFormat, 0, 0,
+                                             ctx_.trace, *ctx_.files);
+                }
+                return 0;
+            },
+            0);
         if (result <= 0) {
             switch (result) {
                 case 0:
@@ -464,16 +521,20 @@ int Run::RunPictures(Dest dest) {
         for (const std::string& name : written) {
             const std::string failed = JoinPath(destDir_, name);
             if (Checked(kIdDestSf1)) {
-                const ContainerResult r =
-                    PackRegisterFile(destDir_, name, destDir_, F++, RegisterKind::kSf1,
-                                     PackVariant::kTemporary, ctx_);
+                const ContainerResult r = Guarded(
+                    [&] {
+                        return PackRegisterFile(destDir_, name, destDir_, F++, RegisterKind::kSf1,
+                                                PackVariant::kTemporary, ctx_);
+                    },
+                    ContainerResult{});
                 if (!Accept(r, failed)) return -1;
                 std::remove(failed.c_str());
                 AddEntry(r.text + "(" + std::string(StripTempSuffix(name)) + ")");
             } else if (Checked(kIdDestSfa) || Checked(kIdDestSf3)) {
                 const auto writer = Checked(kIdDestSfa) ? WriteSfaFromSfm : WriteSf3FromSfm;
-                const std::string r =
-                    writer(destDir_, name, destDir_, set_, ChosenSignalFormat(), ctx_);
+                const std::string r = Guarded(
+                    [&] { return writer(destDir_, name, destDir_, set_, ChosenSignalFormat(), ctx_); },
+                    std::string());
                 if (!Accept(r, failed)) return -1;
                 std::remove(failed.c_str());
                 AddEntry(r);

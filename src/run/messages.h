@@ -16,6 +16,9 @@ inline constexpr char kMsgDestinationWriteError[] = "Destination file write erro
 inline constexpr char kMsgCannotCreateRegisterNumber[] = "Cannot create register number.";
 inline constexpr char kMsgConvertFailed[] = "Convert failed [%s]";
 inline constexpr char kMsgConvertFinished[] = "Convert finished successfully";
+// Another run (this program in another window or on the command line)
+// writes into the destination folder; a run holds its folder for itself.
+inline constexpr char kMsgFolderInUse[] = "Destination folder is in use by another conversion [%s]";
 
 // Where the scans and converters send the messages they show themselves: the
 // driver turns each into an "Error" box with the stop icon owned by the main

@@ -9,7 +9,7 @@
 #include <vector>
 
 #include "run/messages.h"
-#include "run/naming.h"
+#include "names/naming.h"
 
 namespace fmconv {
 

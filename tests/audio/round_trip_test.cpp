@@ -101,7 +101,7 @@ TEST_P(RoundTrip, SamplesAndPictureComeBack) {
     }
     EXPECT_EQ(out.groupPresent, set.groupPresent);
 
-    WriteChannelWavFiles(dir.path(), out);
+    EXPECT_EQ(WriteChannelWavFiles(dir.path(), out, platform::SystemOutputFiles()), "");
     for (std::size_t k = 0; k < expected.size(); ++k) {
         SCOPED_TRACE("channel " + std::to_string(k + 1));
         ExpectSameBytes(ReadBytes(dir.File(Format("Channel_%02zu.wav", k + 1))),

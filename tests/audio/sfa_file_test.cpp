@@ -12,7 +12,7 @@
 #include "audio_test_files.h"
 #include "fmfiles/register_file.h"
 #include "platform/free_space.h"
-#include "run/disk_space.h"
+#include "names/disk_space.h"
 #include "support/temp_dir.h"
 
 namespace fmconv {

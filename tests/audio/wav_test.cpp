@@ -57,7 +57,7 @@ TEST(Wav, WritingNamesFilesByPositionAndCompletesShortBuffers) {
     set.groupPresent = {1, 0, 1, 0};
     set.sampleCount = 4;
     set.channelSamples[0] = {0xAA, 0xBB, 0xCC, 0xDD};  // a sample and a part
-    WriteChannelWavFiles(dir.path(), set);
+    EXPECT_EQ(WriteChannelWavFiles(dir.path(), set, platform::SystemOutputFiles()), "");
     // Channel 9 is Channel_05; then the units digit drops by nine ('5' - 9 = ',').
     for (const char* name : {"01", "02", "03", "04", "05", "1,", "1-", "1."}) {
         EXPECT_TRUE(testing::FileExists(dir.File(std::string("Channel_") + name + ".wav"))) << name;

@@ -6,6 +6,7 @@
 
 #include "fmfiles/register_file.h"
 #include "platform/files.h"
+#include "support/full_disk_files.h"
 #include "support/temp_dir.h"
 
 namespace fmconv {
@@ -23,7 +24,6 @@ class ContainersTest : public ::testing::Test {
 
     void SetUp() override {
         ctx.freeSpace = &plenty;
-        ctx.copyFile = platform::CopyWholeFile;
     }
     // Bytes that count up, so that any shift shows; a trailer when named.
     static std::vector<uint8_t> Frame(std::size_t size, const std::string& inner = "") {
@@ -137,15 +137,16 @@ TEST_F(ContainersTest, FailurePathsGiveTheirResults) {
     EXPECT_FALSE(testing::FileExists(dst.File("F0001.SF1")));
     ctx.freeSpace = &plenty;
 
-    // A failed copy is an outcome of its own naming the target; a copy that
-    // "succeeded" but cannot be reopened is an empty text.
-    ctx.copyFile = [](const std::string&, const std::string&) { return false; };
-    EXPECT_EQ(Pack("MA.FMEM_001.SFM", 4, RegisterKind::kSf1).copyFailedTarget,
-              dst.File("F0004.SF1"));
-    ctx.copyFile = [](const std::string&, const std::string&) { return true; };
-    const ContainerResult reopen = Pack("MA.FMEM_001.SFM", 5, RegisterKind::kSf1);
-    EXPECT_EQ(reopen.text, "");
-    EXPECT_FALSE(reopen.copyFailedTarget.has_value());
+    // A disk that fills up during the copy, or before the trailer: the
+    // copy failure names the target, and nothing is left under its name.
+    for (uint64_t room : {500, 1000, 1303}) {
+        testing::FullDiskFiles full(room);
+        ctx.files = &full;
+        const ContainerResult r = Pack("MA.FMEM_001.SFM", 4, RegisterKind::kSf1);
+        EXPECT_EQ(r.copyFailedTarget, dst.File("F0004.SF1")) << room;
+        EXPECT_FALSE(testing::FileExists(dst.File("F0004.SF1"))) << room;
+    }
+    ctx.files = &platform::SystemOutputFiles();
 }
 
 }  // namespace

@@ -17,7 +17,7 @@
 
 #include "app/main_dlg.h"
 #include "app/resources.h"
-#include "base/file_io.h"
+#include "platform/output_files.h"
 #include "gui/main_window.h"
 #include "gui/qt_host.h"
 #include "platform/headless/headless_host.h"
@@ -78,7 +78,7 @@ std::pair<QString, QString> ThreePictures(const QTemporaryDir& cwd) {
     QDir().mkpath(src);
     QDir().mkpath(dst);
     for (const char* name : {"A.tga", "B.tga", "C.tga"}) {
-        WriteWholeFile((src + "/" + name).toStdString(), SmallTga());
+        platform::WriteWholeFile((src + "/" + name).toStdString(), SmallTga());
     }
     return {src, dst};
 }
@@ -272,7 +272,7 @@ void GuiTest::screenshots() {
     const QString src = cwd.filePath("pictures");
     QDir().mkpath(src);
     for (const char* name : {"LOGO.tga", "TITLE.bmp", "BUG.tif"}) {
-        QVERIFY(WriteWholeFile((src + "/" + name).toStdString(), SmallTga()));
+        QVERIFY(platform::WriteWholeFile((src + "/" + name).toStdString(), SmallTga()));
     }
     Window window(cwd.path());
     window.host.folders = {src.toStdString(), cwd.path().toStdString()};

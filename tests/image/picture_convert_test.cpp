@@ -56,7 +56,7 @@ Outcome Convert(Converter convert, const std::vector<uint8_t>& picture, int form
     const auto key = in.key ? std::optional(dir.File(*in.key)) : std::nullopt;
     Outcome out;
     out.result = convert(dir.File("picture"), dir.File(in.fill), key, format, in.lineOffset,
-                         in.pixelOffset, {});
+                         in.pixelOffset, {}, platform::SystemOutputFiles());
     const auto readBack = [&](const std::string& path, PictureFrame& frame) {
         if (!FileExists(path)) return false;
         const std::vector<uint8_t> bytes = ReadBytes(path);

@@ -28,18 +28,6 @@ TEST(ListDirectory, MatchesTheTextAfterTheLastDotIgnoringCase) {
     EXPECT_TRUE(ListDirectory(dir.File("missing"), "tif").empty());
 }
 
-TEST(CopyWholeFile, ReplacesAnExistingTargetAndFailsOnAMissingSource) {
-    TempDir dir;
-    WriteText(dir.File("src"), "new contents");
-    WriteText(dir.File("dst"), "old and longer contents");
-    ASSERT_TRUE(CopyWholeFile(dir.File("src"), dir.File("dst")));
-    EXPECT_EQ(fmconv::testing::ReadBytes(dir.File("dst")).size(), 12u);
-
-    EXPECT_FALSE(CopyWholeFile(dir.File("missing"), dir.File("other")));
-    EXPECT_FALSE(fmconv::testing::FileExists(dir.File("other")));
-    EXPECT_FALSE(CopyWholeFile(dir.File("src"), dir.File("no/such/folder/x")));
-}
-
 TEST(CurrentDirectory, IsTheProcessWorkingDirectory) {
     EXPECT_EQ(CurrentDirectory(), std::filesystem::current_path().string());
 }

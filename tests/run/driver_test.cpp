@@ -4,6 +4,10 @@
 #include "app/window_fixture.h"
 #include "audio/audio_test_files.h"
 #include "image/picture_files.h"
+#include "support/full_disk_files.h"
+
+#include <filesystem>
+#include <map>
 
 namespace fmconv::testing {
 namespace {
@@ -163,19 +167,81 @@ TEST_F(DriverTest, CancelAfterTheFirstFileStopsWithoutAMessage) {
     EXPECT_FALSE(FileExists(dst + "/MB.FMEM_002.SFM"));
 }
 
-TEST_F(DriverTest, ATemporaryFrameStaysWhenItsWrapperFails) {
-    Picture("A.tga", 24);
-    OpenWithFolders({"Image File", "SF1", "1080i/1080PsF", "1080i/59.94"});
-    MainDlgServices services = dlg->Services();
-    services.copyFile = [](const std::string&, const std::string&) { return false; };
-    dlg = std::make_unique<CMainDlg>(services);
-    dlg->OnInitDialog();
-    PickSource(src);
-    PickDest(dst);
-    EXPECT_EQ(Exec(), -1);
-    EXPECT_EQ(BoxTexts().back(), "Error: Destination file write error [" + dst + "/F0001.SF1]");
-    EXPECT_TRUE(FileExists(dst + "/MA.FMEM_001.SFM.TMP"));
-    EXPECT_EQ(Text(kIdExec), "Exec");
+// A disk that fills up in the middle of a run: the file in hand fails with
+// its converter's message, nothing torn is left under a final name, what the
+// failure paths leave by design (a finished fill, a ".TMP" frame whose
+// wrapper failed, an SFA writer's empty destination) stays.
+TEST_F(DriverTest, AFullDiskFailsTheFileInHandAndLeavesNothingTorn) {
+    constexpr uint64_t k576 = 1111744;  // an SFM frame of 576i
+    struct Case {
+        const char* what;
+        std::vector<std::string> settings;
+        std::function<void()> prepare;
+        uint64_t room;
+        std::string box;
+        std::map<std::string, uint64_t> files;  // destination files and their sizes
+    } cases[] = {
+        {"the key of a picture",
+         {"Image File", "SFM", "576i/50", "x"},
+         [this] { Picture("A.tga"); },
+         k576 + 10,
+         "Destination file write error [SA.FMEM_002.SFM]",
+         {{"MA.FMEM_001.SFM", k576}}},
+        {"the fill of a picture",
+         {"Image File", "SFM", "576i/50", "x"},
+         [this] { Picture("A.tga"); },
+         1000,
+         "Destination file write error [MA.FMEM_001.SFM]",
+         {}},
+        {"the register file of a picture",
+         {"Image File", "SF1", "576i/50", "x"},
+         [this] { Picture("A.tga", 24); },
+         k576 + 100,
+         "Destination file write error [DST/F0001.SF1]",
+         {{"MA.FMEM_001.SFM.TMP", k576}}},
+        {"an SFA frame",
+         {"SFM", "SFA", "x", "576i/50"},
+         [this] {
+             WriteBytes(src + "/MA.FMEM_001.SFM",
+                        MakeVariedSfm(*GetFrameLayout(kFrameFormat576i), "MA.FMEM_001.SFM", 1));
+         },
+         1000,
+         "Convert failed [SRC/MA.FMEM_001.SFM]",
+         {{"MA.FMEM_001.SFA", 0}}},
+        {"an extracted frame",
+         {"SFA", "SFM", "x", "x"},
+         [this] { WriteBytes(src + "/MA.FMEM_001.SFA", std::vector<uint8_t>(2000, 0)); },
+         1000,
+         "Convert failed [SRC/MA.FMEM_001.SFA]",
+         {{"MA.FMEM_001.SFM", 0}}},
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.what);
+        TempDir fresh;
+        src = fresh.MakeDir("src");
+        dst = fresh.MakeDir("dst");
+        c.prepare();
+        FullDiskFiles full(c.room);
+        Open(c.settings);
+        MainDlgServices services = dlg->Services();
+        services.files = &full;
+        dlg = std::make_unique<CMainDlg>(services);
+        dlg->OnInitDialog();
+        PickSource(src);
+        PickDest(dst);
+        EXPECT_EQ(Exec(), -1);
+        std::string box = c.box;  // the folders of this case in place of SRC and DST
+        for (const auto& [token, folder] : {std::pair{"SRC", src}, std::pair{"DST", dst}}) {
+            if (const std::size_t at = box.find(token); at != std::string::npos)
+                box.replace(at, 3, folder);
+        }
+        EXPECT_EQ(host.Boxes().back().text, box);
+        std::map<std::string, uint64_t> left;
+        for (const auto& entry : std::filesystem::directory_iterator(dst)) {
+            left[entry.path().filename().string()] = entry.file_size();
+        }
+        EXPECT_EQ(left, c.files);
+    }
 }
 
 }  // namespace

@@ -1,4 +1,4 @@
-#include "fmfiles/extracting_conversions.h"
+#include "audio/extracting_conversions.h"
 
 #include <gtest/gtest.h>
 
@@ -28,7 +28,6 @@ class ExtractingTest : public ::testing::Test {
 
     void SetUp() override {
         ctx.freeSpace = &plenty;
-        ctx.copyFile = platform::CopyWholeFile;
         ResetAudioChannelSet(set);
         set.frameCount = 1;
     }

@@ -1,4 +1,4 @@
-#include "run/naming.h"
+#include "names/naming.h"
 
 #include "base/text.h"
 

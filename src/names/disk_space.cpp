@@ -1,4 +1,4 @@
-#include "run/disk_space.h"
+#include "names/disk_space.h"
 
 #include "base/file_io.h"
 

@@ -1,6 +1,7 @@
-#include "fmfiles/extracting_conversions.h"
+#include "audio/extracting_conversions.h"
 
 #include <cstring>
+#include <memory>
 #include <optional>
 
 #include "audio/sfa_file.h"
@@ -8,10 +9,10 @@
 #include "audio/signal_format.h"
 #include "base/file_io.h"
 #include "base/text.h"
-#include "fmfiles/containers.h"
 #include "fmfiles/register_file.h"
-#include "run/disk_space.h"
-#include "run/naming.h"
+#include "names/confinement.h"
+#include "names/disk_space.h"
+#include "names/naming.h"
 
 namespace fmconv {
 
@@ -49,12 +50,25 @@ std::string Convert(const std::string& sourceDir, const std::string& sourceName,
         outputName = source == Source::kSfa ? Sf1NameFromStem(StemOf(sourceName))
                                             : std::string(StemOf(sourceName)) + ".SF1";
     }
-    if (IsUnsafeFileName(outputName)) return {};
+    // A name from the trailer that would lead out of the destination folder
+    // is refused like a source that cannot be read.
+    if (source == Source::kSf3 && (!IsConfinedName(frameName) || !IsConfinedName(sfmName))) {
+        return {};
+    }
 
     FilePtr in = OpenFile(sourcePath, "rb");
     if (!in) return {};
-    FilePtr out = OpenFile(JoinPath(destDir, outputName), "w+b");
+    // The output is made now, before the frame is read and the space tested:
+    // every failure from here on leaves it as an empty file. Until then it
+    // is written under a temporary name, so an existing file of that name
+    // stays as it was.
+    const std::string outputPath = JoinPath(destDir, outputName);
+    const std::unique_ptr<platform::OutputFile> out = ctx.files->Create(outputPath);
     if (!out) return {};
+    const auto giveUp = [&out](std::string result) {
+        out->Commit();
+        return result;
+    };
 
     std::vector<uint8_t> sfa(kSfaSourceLimit);
     sfa.resize(std::fread(sfa.data(), 1, sfa.size(), in.get()));
@@ -64,26 +78,34 @@ std::string Convert(const std::string& sourceDir, const std::string& sourceName,
     ctx.embeddedAudioFlag = IsEmbeddedAudioMark(sfa[48]);
     if (IsStoredSignalFormat(sfa[49])) ctx.signalFormat = sfa[49];
     const uint32_t frameSize = GetFrameByteSize(ctx.signalFormat, kFrameKindSfm);
-    if (frameSize == 0) return {};
+    if (frameSize == 0) return giveUp({});
 
     std::vector<uint8_t> sfm(std::size_t{frameSize} + 64, 0);
     std::memcpy(sfm.data(), sfa.data(), 48);
     // The name whose characters from the 11th on go into header bytes 8-19:
     // the SFM frame's own name.
-    if (BuildSfmFromSfa(sfa, sfm, sfmName, set, ctx) != 0) return {};
+    if (BuildSfmFromSfa(sfa, sfm, sfmName, set, ctx) != 0) return giveUp({});
 
     switch (TestSpace(static_cast<int64_t>(sfm.size()), ctx.freeSpace->FreeBytes(destDir))) {
         case SpaceVerdict::kUnknown:
-            return {};
+            return giveUp({});
         case SpaceVerdict::kInsufficient:
-            return kHddMemoryNotSufficient;
+            return giveUp(kHddMemoryNotSufficient);
         case SpaceVerdict::kProceed:
             break;
     }
-    std::fwrite(sfm.data(), 1, sfm.size(), out.get());
+    bool written = out->Write(sfm.data(), sfm.size());
+    if (output == Output::kSf1) {
+        const RegisterTrailer trailer = BuildRegisterTrailer(sfmName);
+        written = written && out->Write(trailer.data(), trailer.size());
+    }
+    // A write that fails (a full disk) is a failure like the others: the
+    // partial frame goes, the empty output stays.
+    if (!written || !out->Commit()) {
+        platform::CreateEmptyFile(*ctx.files, outputPath);
+        return {};
+    }
     if (output == Output::kSfm) return outputName;
-    const RegisterTrailer trailer = BuildRegisterTrailer(sfmName);
-    std::fwrite(trailer.data(), 1, trailer.size(), out.get());
     return RegisterListItem(outputName, sfmName);
 }
 
