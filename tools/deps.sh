@@ -8,6 +8,8 @@ packages=(
   googletest libgtest-dev libgmock-dev libbenchmark-dev
   # the desktop window and its tests (Qt's offscreen platform needs a font)
   qt6-base-dev qt6-base-dev-tools libgl-dev fonts-dejavu-core
+  # the tests read JSON output with an independent strict parser
+  nlohmann-json3-dev
 )
 
 missing=()

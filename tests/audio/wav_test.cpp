@@ -67,5 +67,25 @@ TEST(Wav, WritingNamesFilesByPositionAndCompletesShortBuffers) {
     EXPECT_EQ(ReadBytes(dir.File("Channel_1,.wav")), MakeWav(1, 24, 48000, {0, 0, 0, 0}));  // none
 }
 
+TEST(Wav, AHugeFileKeepsOnlyWhatTheRunCanEmbed) {
+    // 1 GiB of 24-bit stereo that takes no room on disk: the run of a few
+    // frames keeps its first 5000 samples a channel.
+    testing::TempDir dir;
+    std::vector<uint8_t> wav = MakeWav(2, 24, 48000, {0x123456, 0x654321});
+    const uint32_t dataBytes = 1u << 30;
+    WriteLe32(&wav[40], dataBytes);
+    WriteLe32(&wav[4], dataBytes + 36);
+    testing::WriteBytes(dir.File("long.wav"), wav);
+    std::filesystem::resize_file(dir.File("long.wav"), 44 + uint64_t{dataBytes});
+    AudioChannelSet set;
+    ResetAudioChannelSet(set);
+    set.sampleLimit = 5000;
+    set.wavPath[0] = dir.File("long.wav");
+    EXPECT_EQ(ReadWavFiles(set), kWavOk);
+    EXPECT_EQ(set.sampleCount, 5000u);
+    EXPECT_EQ(set.channelSamples[3].size(), 15000u);
+    EXPECT_EQ(set.channelSamples[0][0], 0x12);  // the first sample, most significant byte first
+}
+
 }  // namespace
 }  // namespace fmconv

@@ -1,13 +1,13 @@
 #include "run_fmconv.h"
 
 #include <fcntl.h>
-#include <spawn.h>
+#include <signal.h>
+#include <sys/resource.h>
+#include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
 #include <sstream>
-
-#include "support/temp_dir.h"
 
 namespace fmconv::testing {
 
@@ -18,41 +18,74 @@ std::vector<std::string> Lines(const std::string& text) {
     for (std::string line; std::getline(in, line);) lines.push_back(line);
     return lines;
 }
+std::string Text(const std::string& path) {
+    const auto bytes = ReadBytes(path);
+    return std::string(bytes.begin(), bytes.end());
+}
 }  // namespace
 
-ProcessResult RunFmconv(const std::string& workingDirectory, const std::vector<std::string>& args,
-                        const std::string& stdinText) {
+RunningFmconv::RunningFmconv(const std::string& workingDirectory,
+                             const std::vector<std::string>& args, const std::string& stdinText,
+                             const SpawnOptions& options) {
     // Standard input, output and error go through files of the test's own.
-    TempDir io;
-    WriteText(io.File("in"), stdinText);
-    posix_spawn_file_actions_t actions;
-    posix_spawn_file_actions_init(&actions);
-    posix_spawn_file_actions_addopen(&actions, 0, io.File("in").c_str(), O_RDONLY, 0);
-    posix_spawn_file_actions_addopen(&actions, 1, io.File("out").c_str(), O_WRONLY | O_CREAT, 0600);
-    posix_spawn_file_actions_addopen(&actions, 2, io.File("err").c_str(), O_WRONLY | O_CREAT, 0600);
-    posix_spawn_file_actions_addchdir_np(&actions, workingDirectory.c_str());
+    WriteText(io_.File("in"), stdinText);
+    WriteText(io_.File("out"), "");
+    WriteText(io_.File("err"), "");
+    if (options.user) {
+        for (const char* name : {"", "out", "err"}) {
+            ::chmod(io_.File(name).c_str(), 0777);
+        }
+    }
     std::vector<std::string> all = {FMCONV_BINARY};
     all.insert(all.end(), args.begin(), args.end());
     std::vector<char*> argv;
     for (std::string& a : all) argv.push_back(a.data());
     argv.push_back(nullptr);
-    pid_t pid = 0;
-    ProcessResult result;
-    if (posix_spawn(&pid, argv[0], &actions, nullptr, argv.data(), environ) == 0) {
-        int status = 0;
-        ::waitpid(pid, &status, 0);
-        result.exitCode = WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+    const std::string in = io_.File("in"), out = io_.File("out"), err = io_.File("err");
+    pid_ = ::fork();
+    if (pid_ != 0) return;
+    // The child: only calls that are safe after a fork.
+    const int fds[3] = {::open(in.c_str(), O_RDONLY), ::open(out.c_str(), O_WRONLY),
+                        ::open(err.c_str(), O_WRONLY)};
+    for (int i = 0; i < 3; ++i) ::dup2(fds[i], i);
+    if (options.fileSizeLimit != 0) {
+        const rlimit limit{options.fileSizeLimit, options.fileSizeLimit};
+        ::setrlimit(RLIMIT_FSIZE, &limit);
     }
-    posix_spawn_file_actions_destroy(&actions);
-    const auto text = [&](const char* name) {
-        const auto bytes = ReadBytes(io.File(name));
-        return std::string(bytes.begin(), bytes.end());
-    };
-    result.out = text("out");
-    result.err = text("err");
+    if (options.user && (::setgid(*options.user) != 0 || ::setuid(*options.user) != 0)) _exit(126);
+    if (::chdir(workingDirectory.c_str()) != 0) _exit(126);
+    sigset_t none;
+    sigemptyset(&none);
+    ::sigprocmask(SIG_SETMASK, &none, nullptr);
+    ::execve(argv[0], argv.data(), environ);
+    _exit(127);
+}
+
+void RunningFmconv::Signal(int signal) const {
+    ::kill(pid_, signal);
+}
+
+std::string RunningFmconv::OutSoFar() const {
+    return Text(io_.File("out"));
+}
+
+ProcessResult RunningFmconv::Wait() {
+    ProcessResult result;
+    int status = 0;
+    if (pid_ > 0 && ::waitpid(pid_, &status, 0) == pid_ && WIFEXITED(status)) {
+        result.exitCode = WEXITSTATUS(status);
+    }
+    pid_ = -1;
+    result.out = Text(io_.File("out"));
+    result.err = Text(io_.File("err"));
     result.outLines = Lines(result.out);
     result.errLines = Lines(result.err);
     return result;
+}
+
+ProcessResult RunFmconv(const std::string& workingDirectory, const std::vector<std::string>& args,
+                        const std::string& stdinText, const SpawnOptions& options) {
+    return RunningFmconv(workingDirectory, args, stdinText, options).Wait();
 }
 
 bool AnyLineHas(const std::vector<std::string>& lines, const std::vector<std::string>& fragments) {

@@ -2,6 +2,11 @@
 
 #include <gtest/gtest.h>
 
+#include <sys/stat.h>
+
+#include <filesystem>
+
+#include "support/file_size_limit.h"
 #include "support/temp_dir.h"
 
 namespace fmconv::platform {
@@ -66,6 +71,30 @@ TEST(Profile, WritingChangesOnlyTheKeyAndKeepsLineEnds) {
     ASSERT_TRUE(WritePrivateProfileString("FILEMANAGER", "SFMFormat", "720P", dir.File("new.usr")));
     EXPECT_EQ(ReadText(dir.File("new.usr")), "[FILEMANAGER]\r\nSFMFormat=720P\r\n");
     EXPECT_FALSE(WritePrivateProfileString("S", "k", "v", dir.File("no/folder/x.usr")));
+}
+
+TEST(Profile, TheFileIsRewrittenWholeWhereItReallyIsOrLeftAsItWas) {
+    TempDir dir, elsewhere;
+    const std::string real = elsewhere.File("ParvoClient.usr");
+    const std::string before = "; other program\r\n[Client]\r\nHost=x\r\n[FILEMANAGER]\r\nSFMFormat=720P\r\n";
+    fmconv::testing::WriteText(real, before);
+    ::chmod(real.c_str(), 0604);
+    std::filesystem::create_symlink(real, dir.File("ParvoClient.usr"));
+    const std::vector<std::pair<std::string, std::string>> keys = {{"SFMFormat", "576i/50"},
+                                                                   {"SFAFormat", "720P/50"}};
+    {
+        // A disk that cannot take the new content: the old file stays whole.
+        const fmconv::testing::FileSizeLimit limit(before.size() + 10);
+        EXPECT_FALSE(WritePrivateProfileStrings("FILEMANAGER", keys, dir.File("ParvoClient.usr")));
+    }
+    EXPECT_EQ(ReadText(real), before);
+    ASSERT_TRUE(WritePrivateProfileStrings("FILEMANAGER", keys, dir.File("ParvoClient.usr")));
+    EXPECT_TRUE(std::filesystem::is_symlink(dir.File("ParvoClient.usr")));
+    EXPECT_EQ(ReadText(real), "; other program\r\n[Client]\r\nHost=x\r\n[FILEMANAGER]\r\n"
+                              "SFMFormat=576i/50\r\nSFAFormat=720P/50\r\n");
+    struct stat info {};
+    ::stat(real.c_str(), &info);
+    EXPECT_EQ(info.st_mode & 07777, 0604u);
 }
 
 }  // namespace

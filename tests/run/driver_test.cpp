@@ -3,6 +3,7 @@
 // or Cancel at a known point.
 #include "app/window_fixture.h"
 #include "audio/audio_test_files.h"
+#include "fmfiles/register_file.h"
 #include "image/picture_files.h"
 #include "support/full_disk_files.h"
 
@@ -241,6 +242,49 @@ TEST_F(DriverTest, AFullDiskFailsTheFileInHandAndLeavesNothingTorn) {
             left[entry.path().filename().string()] = entry.file_size();
         }
         EXPECT_EQ(left, c.files);
+    }
+}
+
+// A register file may name anything in its trailer; every path that takes a
+// name from a trailer refuses one that would lead out of the destination
+// folder, hide the file or carry control characters, as it refuses a source
+// it cannot read.
+TEST_F(DriverTest, NamesFromTrailersNeverLeadOutOfTheDestination) {
+    const std::vector<std::string> names = {"../x.SFM", "/tmp/abs.SFM", "a/b.SFM", "",
+                                            "..",       ".SFM",         "x\n.SFM"};
+    struct Path {
+        std::vector<std::string> settings;
+        const char* file;  // the source register file
+    } paths[] = {
+        {{"SF1", "SFM", "x", "x"}, "F0001.SF1"},          {{"SF1", "SFA", "x", "720P/50"}, "F0001.SF1"},
+        {{"SF1", "SF3", "x", "720P/50"}, "F0001.SF1"},    {{"SF3", "SFA", "x", "x"}, "F0001.SF3"},
+        {{"SF3", "SFM", "x", "x"}, "F0001.SF3"},          {{"SF3", "SF1", "x", "x"}, "F0001.SF3"},
+        {{"SF1/SF3 Sort", "SFM", "x", "x"}, "F0001.SF1"},
+    };
+    for (const Path& path : paths) {
+        for (const std::string& name : names) {
+            SCOPED_TRACE(path.settings[0] + " to " + path.settings[1] + ", trailer name '" +
+                         name + "'");
+            TempDir fresh;
+            src = fresh.MakeDir("src");
+            dst = fresh.MakeDir("deep/dst");
+            std::vector<uint8_t> bytes =
+                MakeVariedSfm(*GetFrameLayout(kFrameFormat720p), "MA.FMEM_001.SFM", 3);
+            const RegisterTrailer trailer = BuildRegisterTrailer(name);
+            bytes.insert(bytes.end(), trailer.begin(), trailer.end());
+            WriteBytes(src + "/" + path.file, bytes);
+            OpenWithFolders(path.settings);
+            EXPECT_EQ(Exec(), -1);
+            // The renumbering run names the list item whole.
+            const std::string item = path.settings[0] == "SF1/SF3 Sort"
+                                         ? std::string(path.file) + "(" + name + ")"
+                                         : path.file;
+            EXPECT_EQ(BoxTexts().back(), "Error: Convert failed [" + src + "/" + item + "]");
+            EXPECT_TRUE(std::filesystem::is_empty(dst));
+            EXPECT_EQ(std::distance(std::filesystem::recursive_directory_iterator(fresh.path()),
+                                    std::filesystem::recursive_directory_iterator()),
+                      4);  // src, its file, deep and dst
+        }
     }
 }
 

@@ -45,7 +45,11 @@ void WriteText(const std::string& path, const std::string& text) {
 std::vector<uint8_t> ReadBytes(const std::string& path) {
     std::ifstream in(path, std::ios::binary);
     if (!in) throw std::runtime_error("cannot read " + path);
-    return std::vector<uint8_t>(std::istreambuf_iterator<char>(in), {});
+    std::error_code error;
+    std::vector<uint8_t> bytes(fs::file_size(path, error));
+    in.read(reinterpret_cast<char*>(bytes.data()), static_cast<std::streamsize>(bytes.size()));
+    bytes.resize(static_cast<std::size_t>(in.gcount()));
+    return bytes;
 }
 
 bool FileExists(const std::string& path) {
