@@ -7,7 +7,7 @@
 //
 // Byte 0: bit 0 valid marks, bit 1 the raw input is the whole file (else a
 // small frame followed by a trailer whose 32 name bytes are the input's
-// next bytes), bit 2 also the slower frame-building paths.
+// next bytes), bits 2 and 3 both set: also the slower frame-building paths.
 #include <cstdint>
 #include <filesystem>
 #include <string>
@@ -15,6 +15,7 @@
 
 #include "audio/extracting_conversions.h"
 #include "audio/sfa_file.h"
+#include "audio/signal_format.h"
 #include "fmfiles/containers.h"
 #include "fmfiles/register_file.h"
 #include "fuzz_work_folder.h"
@@ -77,7 +78,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     UnpackRegisterFile(src, "F0001.SF1", dst, UnpackVariant::kTrailer, ctx);
     UnpackRegisterFile(src, item, dst, UnpackVariant::kListItem, ctx);
     RenumberRegisterFile(src, item, dst, 12, ctx);
-    if (flags & 4) {
+    if ((flags & 12) == 12) {
         AudioChannelSet set;
         ResetAudioChannelSet(set);
         set.frameCount = 1;
