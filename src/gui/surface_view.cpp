@@ -8,23 +8,87 @@
 #include <QProgressBar>
 #include <QPushButton>
 #include <QRadioButton>
+#include <QResizeEvent>
 #include <QSignalBlocker>
+#include <QStyle>
+#include <QStyleOptionButton>
 #include <QTabBar>
+#include <algorithm>
 
 namespace fmconv::gui {
 
 using platform::ControlKind;
 
 namespace {
+
+// The usual height of a radio or check box line, in dialog units.
+constexpr int kButtonLineHeight = 10;
+// The least gap, in dialog units, between a grown button and its parent's edge.
+constexpr int kEdgeMargin = 2;
+
 QString Text(const std::string& text) {
     return QString::fromLocal8Bit(text);
 }
+
+int TemplateHeight(const platform::DialogTemplate& t, int id) {
+    for (const platform::ControlSpec& line : t.controls) {
+        if (line.id == id) return line.height;
+    }
+    return 0;
+}
+
+// The width a push button needs to show its caption inside its frame with
+// the style's margins (what the style asks, without its minimum width).
+int CaptionWidth(const QPushButton& button) {
+    QStyleOptionButton option;
+    option.initFrom(&button);
+    const QStyle* style = button.style();
+    return button.fontMetrics().horizontalAdvance(button.text()) +
+           style->pixelMetric(QStyle::PM_ButtonMargin, &option, &button) +
+           2 * style->pixelMetric(QStyle::PM_DefaultFrameWidth, &option, &button);
+}
+
+// A static text that does not fit its width is shortened in the middle, so
+// that a path keeps its beginning and its last folder; the whole text is
+// then its tooltip.
+class ElidingLabel : public QLabel {
+  public:
+    explicit ElidingLabel(QWidget* parent) : QLabel(parent) { setTextFormat(Qt::PlainText); }
+
+    void SetFullText(const QString& text) {
+        if (text == full_) return;
+        full_ = text;
+        Elide();
+    }
+
+  protected:
+    void resizeEvent(QResizeEvent* event) override {
+        QLabel::resizeEvent(event);
+        Elide();
+    }
+    void changeEvent(QEvent* event) override {
+        QLabel::changeEvent(event);
+        if (event->type() == QEvent::FontChange) Elide();
+    }
+
+  private:
+    void Elide() {
+        const int room = contentsRect().width() - 2 * margin() - std::max(indent(), 0);
+        const QString shown = fontMetrics().elidedText(full_, Qt::ElideMiddle, room);
+        setText(shown);
+        setToolTip(shown == full_ ? QString() : full_);
+    }
+
+    QString full_;
+};
+
 }  // namespace
 
 SurfaceView::SurfaceView(platform::ControlSurface& surface, QWidget* parent,
                          const DialogUnits& units, const QFont& font, Handlers handlers)
     : QObject(parent), surface_(surface), parent_(parent), handlers_(std::move(handlers)) {
-    for (const platform::ControlSpec& line : surface.Template().controls) Build(line, units, font);
+    for (const platform::ControlSpec& line : surface.Template().controls) Build(line);
+    LayOut(units, font);
     // Changes may come from the run's worker: redraw on the GUI thread.
     token_ = surface_.Subscribe([this](int id) {
         QMetaObject::invokeMethod(
@@ -42,8 +106,7 @@ QWidget* SurfaceView::Widget(int id) const {
     return it == widgets_.end() ? nullptr : it->second;
 }
 
-void SurfaceView::Build(const platform::ControlSpec& line, const DialogUnits& units,
-                        const QFont& font) {
+void SurfaceView::Build(const platform::ControlSpec& line) {
     QWidget* widget = nullptr;
     const int id = line.id;
     const auto clicked = [this, id] {
@@ -72,14 +135,17 @@ void SurfaceView::Build(const platform::ControlSpec& line, const DialogUnits& un
             break;
         }
         case ControlKind::kStatic: {
-            auto* label = new QLabel(Text(line.caption), parent_);
-            label->setTextFormat(Qt::PlainText);
+            auto* label = new ElidingLabel(parent_);
+            label->SetFullText(Text(line.caption));
             Qt::Alignment align =
                 (line.style & platform::kStyleRight) ? Qt::AlignRight : Qt::AlignLeft;
-            align |= (line.style & platform::kStyleCenterV) ? Qt::AlignVCenter : Qt::AlignTop;
+            // A framed count sits in the middle of its box, which may have grown.
+            const bool centred = line.style & (platform::kStyleCenterV | platform::kStyleSunken);
+            align |= centred ? Qt::AlignVCenter : Qt::AlignTop;
             label->setAlignment(align);
+            // An etched box: all four edges show, at any screen scale.
             if (line.style & platform::kStyleSunken)
-                label->setFrameStyle(QFrame::Panel | QFrame::Sunken);
+                label->setFrameStyle(QFrame::Box | QFrame::Sunken);
             widget = label;
             break;
         }
@@ -110,7 +176,7 @@ void SurfaceView::Build(const platform::ControlSpec& line, const DialogUnits& un
         }
         case ControlKind::kProgress: {
             auto* bar = new QProgressBar(parent_);
-            bar->setTextVisible(false);
+            bar->setAlignment(Qt::AlignCenter);
             widget = bar;
             break;
         }
@@ -131,23 +197,77 @@ void SurfaceView::Build(const platform::ControlSpec& line, const DialogUnits& un
             break;
         }
     }
-    widget->setFont(font);
-    widget->setGeometry(units.Rect(line.x, line.y, line.width, line.height));
     if (line.kind == ControlKind::kTab) {
-        // The strip at the top of the control's rectangle, a frame below it.
         auto* frame = new QFrame(parent_);
         frame->setFrameStyle(QFrame::StyledPanel | QFrame::Raised);
-        const QRect area = units.Rect(line.x, line.y, line.width, line.height);
-        QTabBar probe;  // the strip's height, from a bar that holds a tab
-        probe.setFont(font);
-        probe.addTab(QStringLiteral("ch1-4"));
-        const int strip = probe.sizeHint().height();
-        widget->setGeometry(area.x(), area.y(), area.width(), strip);
-        frame->setGeometry(area.x(), area.y() + strip, area.width(), area.height() - strip);
         frame->lower();
+        tabFrames_[id] = frame;
     }
     if (line.kind == ControlKind::kGroupBox) widget->lower();
+    lines_.push_back(widget);
     if (id >= 0) widgets_[id] = widget;
+}
+
+void SurfaceView::LayOut(const DialogUnits& units, const QFont& font) {
+    const std::vector<platform::ControlSpec>& lines = surface_.Template().controls;
+    for (std::size_t i = 0; i < lines.size(); ++i) {
+        lines_[i]->setFont(font);
+        lines_[i]->setGeometry(Place(lines[i], lines_[i], units));
+    }
+    for (const auto& [id, frame] : tabFrames_) {
+        const QWidget* strip = Widget(id);
+        const QRect area = strip->geometry();
+        frame->setGeometry(area.x(), area.bottom() + 1, area.width(),
+                           units.Y(TemplateHeight(surface_.Template(), id)) - area.height());
+    }
+}
+
+QRect SurfaceView::Place(const platform::ControlSpec& line, QWidget* widget,
+                         const DialogUnits& units) {
+    QRect r = units.Rect(line.x, line.y, line.width, line.height);
+    switch (line.kind) {
+        case ControlKind::kRadio:
+        case ControlKind::kCheckBox:
+            // A shorter line than the usual 10 units would cut the circle and
+            // sit higher than its neighbours: every radio and check box gets
+            // the same height from its top, so those of one row line up.
+            r.setHeight(
+                std::max({r.height(), units.Y(kButtonLineHeight), widget->sizeHint().height()}));
+            break;
+        case ControlKind::kPushButton: {
+            // A caption wider than its button grows the button, to the right
+            // as far as the parent leaves room, the rest to the left.
+            const int lacking = CaptionWidth(*static_cast<QPushButton*>(widget)) - r.width();
+            if (lacking > 0) {
+                const int room =
+                    widget->parentWidget()->width() - units.X(kEdgeMargin) - (r.right() + 1);
+                r.setLeft(r.left() - std::max(0, lacking - std::max(0, room)));
+                r.setWidth(r.width() + lacking);
+            }
+            break;
+        }
+        case ControlKind::kStatic:
+            if (line.style & platform::kStyleSunken) {
+                // The text keeps half a character from the box's edge, and
+                // the box is at least one line of text high.
+                auto* label = static_cast<QLabel*>(widget);
+                label->setIndent(label->fontMetrics().averageCharWidth() / 2);
+                r.setHeight(
+                    std::max(r.height(), label->fontMetrics().height() + 2 * label->frameWidth()));
+            }
+            break;
+        case ControlKind::kTab: {
+            // The strip at the top of the control's rectangle, a frame below it.
+            QTabBar probe;  // the strip's height, from a bar that holds a tab
+            probe.setFont(widget->font());
+            probe.addTab(QStringLiteral("ch1-4"));
+            r.setHeight(probe.sizeHint().height());
+            break;
+        }
+        default:
+            break;
+    }
+    return r;
 }
 
 void SurfaceView::FlushPending() {
@@ -181,7 +301,7 @@ void SurfaceView::Refresh(int id) {
             break;
         }
         case ControlKind::kStatic:
-            static_cast<QLabel*>(widget)->setText(Text(s.text));
+            static_cast<ElidingLabel*>(widget)->SetFullText(Text(s.text));
             break;
         case ControlKind::kEdit:
             static_cast<QLineEdit*>(widget)->setText(Text(s.text));
@@ -205,6 +325,8 @@ void SurfaceView::Refresh(int id) {
             auto* bar = static_cast<QProgressBar*>(widget);
             bar->setRange(s.lower, s.upper > s.lower ? s.upper : s.lower + 1);
             bar->setValue(s.position);
+            // "k / n": files done of the run's count, the range as the run set it.
+            bar->setFormat(QStringLiteral("%1 / %2").arg(s.position).arg(s.upper));
             break;
         }
         case ControlKind::kTab: {

@@ -4,12 +4,14 @@
 // click or a selection change, and the dialog changes the surface.
 #pragma once
 
+#include <QFrame>
 #include <QObject>
 #include <QWidget>
 #include <functional>
 #include <map>
 #include <mutex>
 #include <set>
+#include <vector>
 
 #include "gui/dialog_units.h"
 #include "platform/control_surface.h"
@@ -29,13 +31,21 @@ class SurfaceView : public QObject {
                 const QFont& font, Handlers handlers);
     ~SurfaceView() override;
 
+    // Places every control from its template line in dialog units of the
+    // given font. Where the font's text needs more room than a line gives
+    // (a radio's circle, a caption, a framed count), the control grows just
+    // enough; the parent must already have its size.
+    void LayOut(const DialogUnits& units, const QFont& font);
+
     QWidget* Widget(int id) const;
     // Redraws one control (or all) from the surface.
     void Refresh(int id);
     void RefreshAll();
 
   private:
-    void Build(const platform::ControlSpec& line, const DialogUnits& units, const QFont& font);
+    void Build(const platform::ControlSpec& line);
+    // The control's rectangle at these units, grown where its text needs it.
+    QRect Place(const platform::ControlSpec& line, QWidget* widget, const DialogUnits& units);
 
     // Redraws the controls that changed since the last pass, each once.
     void FlushPending();
@@ -47,6 +57,8 @@ class SurfaceView : public QObject {
     bool flushQueued_ = false;
     Handlers handlers_;
     std::map<int, QWidget*> widgets_;
+    std::vector<QWidget*> lines_;       // one widget per template line, in template order
+    std::map<int, QFrame*> tabFrames_;  // the frame under each tab strip
     int token_ = 0;
 };
 

@@ -1,12 +1,17 @@
 // The desktop window under Qt's offscreen platform: clicks on its widgets,
-// whole runs, Cancel, the settings file on Close, a second instance, and
-// screenshots a person can look at.
+// whole runs, Cancel, the settings file on Close, a second instance, the
+// window's fit to screens of several sizes, and screenshots a person can
+// look at.
 #include <QAbstractButton>
 #include <QApplication>
+#include <QLabel>
 #include <QListWidget>
 #include <QMessageBox>
 #include <QProcess>
 #include <QProgressBar>
+#include <QPushButton>
+#include <QScrollBar>
+#include <QStyle>
 #include <QTabBar>
 #include <QTemporaryDir>
 #include <QTimer>
@@ -14,6 +19,7 @@
 #include <atomic>
 #include <deque>
 #include <mutex>
+#include <numeric>
 
 #include "app/main_dlg.h"
 #include "app/resources.h"
@@ -130,8 +136,10 @@ class GuiTest : public QObject {
     Q_OBJECT
   private slots:
     void clicksOnWidgetsMatchTheHeadlessWindow();
-    void aWholeRunFromClicks();
-    void cancelDuringARunStopsAfterTheCurrentFile();
+    void runsFromClicks_data();
+    void runsFromClicks();
+    void windowFitsTheScreen_data();
+    void windowFitsTheScreen();
     void closeWritesTheSettingsFile();
     void aSecondInstanceExitsSilently();
     void screenshots();
@@ -161,64 +169,63 @@ void GuiTest::clicksOnWidgetsMatchTheHeadlessWindow() {
     }
 }
 
-void GuiTest::aWholeRunFromClicks() {
+void GuiTest::runsFromClicks_data() {
+    QTest::addColumn<int>("cancelAfter");  // files done when the user presses Cancel; 0: never
+    QTest::addColumn<int>("result");
+    QTest::addColumn<int>("done");
+    QTest::addColumn<QString>("box");
+    QTest::newRow("whole run") << 0 << 0 << 3 << "Finish: Convert finished successfully";
+    QTest::newRow("cancel after the first file") << 1 << -1 << 1 << "";
+}
+
+void GuiTest::runsFromClicks() {
+    QFETCH(int, cancelAfter);
+    QFETCH(int, done);
+    QFETCH(QString, box);
     QTemporaryDir cwd;
     const auto [src, dst] = ThreePictures(cwd);
-    Window window(cwd.path());
-    std::vector<int> positions;
+    Window* self = nullptr;
+    // The user presses Cancel on the GUI thread while that file ends.
+    Window window(cwd.path(), [&self, cancelAfter](int filesDone) {
+        if (filesDone != cancelAfter) return;
+        QMetaObject::invokeMethod(
+            qApp, [&self] { self->Click(kIdExec); }, Qt::BlockingQueuedConnection);
+    });
+    self = &window;
+    std::vector<int> seen;
     std::mutex mutex;
     window.dlg->Surface().Subscribe([&](int id) {
         if (id != kIdProgress) return;
         std::lock_guard lock(mutex);
-        positions.push_back(window.dlg->Surface().State(kIdProgress).position);
+        seen.push_back(window.dlg->Surface().State(kIdProgress).position);
     });
     QVERIFY(!window.W(kIdExec)->isEnabled());
     window.host.folders = {src.toStdString(), dst.toStdString()};
     window.Click(kIdSourceSelectDir);
     window.Click(kIdDestSelectDir);
-    auto* sourceList = static_cast<QListWidget*>(window.W(kIdSourceList));
-    QCOMPARE(sourceList->count(), 3);
-    QCOMPARE(sourceList->selectedItems().size(), 3);
+    QCOMPARE(static_cast<QListWidget*>(window.W(kIdSourceList))->selectedItems().size(), 3);
     QTRY_VERIFY(window.W(kIdExec)->isEnabled());
 
     window.Click(kIdExec);
     QTRY_VERIFY(!window.dlg->Converting());
-    QCOMPARE(window.dlg->WaitForRun(), 0);
-    QTRY_COMPARE(static_cast<QListWidget*>(window.W(kIdDestList))->count(), 3);
-    QCOMPARE(window.host.Boxes(),
-             std::vector<std::string>{"Finish: Convert finished successfully"});
+    QTEST(window.dlg->WaitForRun(), "result");
+    QTRY_COMPARE(static_cast<QListWidget*>(window.W(kIdDestList))->count(), done);
+    QCOMPARE(QDir(dst).entryList(QDir::Files).size(), done);
+    QCOMPARE(window.host.Boxes(), box.isEmpty() ? std::vector<std::string>{}
+                                                : std::vector<std::string>{box.toStdString()});
     {
-        // The bar steps once per file.
+        // The bar steps once per file, and reads files done of the selection.
         std::lock_guard lock(mutex);
-        positions.erase(std::unique(positions.begin(), positions.end()), positions.end());
-        QCOMPARE(positions, (std::vector<int>{0, 1, 2, 3}));
+        seen.erase(std::unique(seen.begin(), seen.end()), seen.end());
+        std::vector<int> steps(static_cast<std::size_t>(done) + 1);
+        std::iota(steps.begin(), steps.end(), 0);
+        QCOMPARE(seen, steps);
     }
+    QTRY_COMPARE(static_cast<QProgressBar*>(window.W(kIdProgress))->text(),
+                 QString("%1 / 3").arg(done));
     QTRY_VERIFY(!window.W(kIdProgress)->isVisible());
-    QCOMPARE(static_cast<QAbstractButton*>(window.W(kIdExec))->text(), QString("Exec"));
-    QVERIFY(QFile::exists(dst + "/MC.FMEM_003.SFM"));
-}
-
-void GuiTest::cancelDuringARunStopsAfterTheCurrentFile() {
-    QTemporaryDir cwd;
-    const auto [src, dst] = ThreePictures(cwd);
-    Window* self = nullptr;
-    // The user presses Cancel on the GUI thread while the first file ends.
-    Window window(cwd.path(), [&self](int done) {
-        if (done != 1) return;
-        QMetaObject::invokeMethod(
-            qApp, [&self] { self->Click(kIdExec); }, Qt::BlockingQueuedConnection);
-    });
-    self = &window;
-    window.host.folders = {src.toStdString(), dst.toStdString()};
-    window.Click(kIdSourceSelectDir);
-    window.Click(kIdDestSelectDir);
-    window.Click(kIdExec);
-    QTRY_VERIFY(!window.dlg->Converting());
-    QCOMPARE(window.dlg->WaitForRun(), -1);
-    QTRY_COMPARE(static_cast<QListWidget*>(window.W(kIdDestList))->count(), 1);
-    QVERIFY(window.host.Boxes().empty());
-    QVERIFY(!QFile::exists(dst + "/MB.FMEM_002.SFM"));
     QTRY_VERIFY(window.W(kIdExec)->isEnabled());
+    QCOMPARE(static_cast<QAbstractButton*>(window.W(kIdExec))->text(), QString("Exec"));
 }
 
 void GuiTest::closeWritesTheSettingsFile() {
@@ -263,6 +270,89 @@ void GuiTest::aSecondInstanceExitsSilently() {
     first.waitForFinished();
 }
 
+void GuiTest::windowFitsTheScreen_data() {
+    QTest::addColumn<QSize>("screen");  // the screen's free area
+    QTest::addColumn<bool>("smaller");  // drawn at a smaller font than the template's
+    QTest::addColumn<bool>("scrolls");  // the controls above the Exec row scroll
+    QTest::newRow("roomy") << QSize(1440, 900) << false << false;
+    QTest::newRow("short: smaller font") << QSize(1440, 640) << true << false;
+    QTest::newRow("tiny: scrolls") << QSize(420, 360) << true << true;
+}
+
+// At every size the window stays inside the screen with Exec and Close in
+// sight, and every control still holds its text.
+void GuiTest::windowFitsTheScreen() {
+    QFETCH(QSize, screen);
+    QTemporaryDir cwd;
+    const QString path = cwd.filePath(
+        "Production stills 2026/Autumn season/Evening news bulletin/Opening titles/Final graphics");
+    QVERIFY(QDir().mkpath(path));
+    Window window(cwd.path());
+    window.host.folders = {path.toStdString(), path.toStdString()};
+    window.Click(kIdSourceSelectDir);
+    window.Click(kIdDestSelectDir);
+    const QRect available(QPoint(40, 20), screen);
+    window.view->FitTo(available);
+    QCoreApplication::processEvents();
+    QVERIFY(available.contains(window.view->frameGeometry()));
+    const QFont templateFont = gui::DialogFont(MainDialogTemplate());
+    QTEST(window.view->DialogFontInUse().pointSizeF() < templateFont.pointSizeF(), "smaller");
+    QTEST(window.view->Body().verticalScrollBar()->maximum() > 0, "scrolls");
+    for (int id : {kIdExec, kIdClose}) {  // whole, in sight
+        QCOMPARE(window.W(id)->visibleRegion(), QRegion(window.W(id)->rect()));
+    }
+
+    // A long folder is shortened in the middle, keeping its last folder,
+    // and shown whole as the tooltip.
+    for (int id : {kIdSourcePath, kIdDestPath}) {
+        auto* label = static_cast<QLabel*>(window.W(id));
+        const QStringList ends = label->text().split(QChar(0x2026));
+        QCOMPARE(ends.size(), 2);
+        QVERIFY(path.startsWith(ends[0]) && ends[0].size() > 5);
+        QVERIFY(ends[1].endsWith("/Final graphics"));
+        QVERIFY(label->fontMetrics().horizontalAdvance(label->text()) <= label->width());
+        QCOMPARE(label->toolTip(), path);
+    }
+    // The count boxes hold their text, inside their frame.
+    for (int id : {kIdSourceCount, kIdDestCount}) {
+        auto* box = static_cast<QLabel*>(window.W(id));
+        QCOMPARE(box->text(), QString("not found"));
+        const QFontMetrics metrics = box->fontMetrics();
+        QVERIFY(metrics.horizontalAdvance(box->text()) + box->indent() <=
+                box->contentsRect().width());
+        QVERIFY(metrics.height() <= box->contentsRect().height());
+        // Each of the four edges shows a line darker than the window (an
+        // etched box: on two sides the dark line is the inner one).
+        const QImage image = box->grab().toImage();
+        const int w = image.width(), h = image.height();
+        const int background = box->palette().color(QPalette::Window).lightness();
+        const auto lightness = [&](int x, int y) { return QColor(image.pixel(x, y)).lightness(); };
+        QVERIFY(lightness(w / 2, 0) < background - 20);
+        QVERIFY(std::min(lightness(w / 2, h - 1), lightness(w / 2, h - 2)) < background - 20);
+        QVERIFY(lightness(0, h / 2) < background - 20);
+        QVERIFY(std::min(lightness(w - 1, h / 2), lightness(w - 2, h / 2)) < background - 20);
+    }
+    // Radios hold their circle, and those of one row stand level.
+    const int circle = window.view->style()->pixelMetric(QStyle::PM_ExclusiveIndicatorHeight);
+    for (auto [left, right] :
+         {std::pair{kIdSourceSfm, kIdSourceSfa}, std::pair{kIdSourceSf1, kIdSourceSf3},
+          std::pair{kIdDestSf1, kIdDestSf3}}) {
+        QCOMPARE(window.W(left)->geometry().center().y(), window.W(right)->geometry().center().y());
+        QVERIFY(window.W(left)->height() >= circle);
+    }
+    // The channel pages' captions keep a margin inside their buttons' frames.
+    for (int p = 0; p < kPageCount; ++p) {
+        for (int id : {kChannels[p * 4].button, kChannels[p * 4].clear}) {
+            auto* button = static_cast<QPushButton*>(window.view->PageControls(p).Widget(id));
+            const int frame = button->style()->pixelMetric(QStyle::PM_DefaultFrameWidth);
+            const int spare = button->width() - 2 * frame -
+                              button->fontMetrics().horizontalAdvance(button->text());
+            QVERIFY2(spare >= 4, qPrintable(button->text()));
+            QVERIFY(button->geometry().right() < window.view->PageWidget(p)->width());
+        }
+    }
+}
+
 void GuiTest::screenshots() {
     const QString folder = qEnvironmentVariableIsSet("FMCONV_SCREENSHOT_DIR")
                                ? qEnvironmentVariable("FMCONV_SCREENSHOT_DIR")
@@ -278,6 +368,12 @@ void GuiTest::screenshots() {
     window.host.folders = {src.toStdString(), cwd.path().toStdString()};
     window.Click(kIdSourceSelectDir);
     window.Click(kIdDestSelectDir);
+    // On a screen too small for the dialog (it scrolls), then on a roomy one.
+    window.view->FitTo(QRect(0, 0, 960, 600));
+    QCoreApplication::processEvents();
+    QVERIFY(window.view->grab().save(folder + "/main-small-screen.png"));
+    window.view->FitTo(QRect(0, 0, 1440, 900));
+    QCoreApplication::processEvents();
     QVERIFY(window.view->grab().save(folder + "/main.png"));
     window.Click(kIdDestSfa);  // the channel pages need the audio controls
     window.host.files = {"/media/audio/left.wav", "/media/audio/right.wav"};
