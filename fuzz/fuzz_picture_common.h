@@ -12,26 +12,36 @@
 #include <memory>
 
 #include "fmfiles/sfm_file.h"
+#include "fmfiles/ten_bit.h"
 #include "image/byte_source.h"
 #include "image/picture_convert.h"
 
 namespace fmconv::fuzz {
 
-inline PictureFrame UncoveredFrame(uint32_t width, uint32_t lines) {
-    return {width, lines, std::vector<uint16_t>(std::size_t{width} * lines, kBlackLuma),
-            std::vector<uint16_t>(std::size_t{width} * lines, kNeutralChroma)};
+// A frame of its own size, lines one after the other with nothing between.
+inline FrameLayout SmallLayout(uint32_t width, uint32_t lines, ColourMatrix matrix) {
+    return {0, "fuzz", width, width * 10 / 8, 0, lines, 0, 0, 0, lines * width * 10 / 8, matrix};
 }
 
 // The range check is kept out of the coverage instrumentation: it says
 // nothing about the reader.
-__attribute__((no_sanitize("coverage"))) inline void CheckRanges(const PictureFrame& fill,
-                                                                 const PictureFrame& key) {
-    for (std::size_t i = 0; i < fill.luma.size(); ++i) {
-        if (fill.luma[i] < 64 || fill.luma[i] > 940) __builtin_trap();
-        if (fill.chroma[i] < 64 || fill.chroma[i] > 960) __builtin_trap();
-        if (key.luma[i] < 64 || key.luma[i] > 940 || key.chroma[i] != kNeutralChroma) {
-            __builtin_trap();
+__attribute__((no_sanitize("coverage"))) inline void CheckRanges(const FrameLayout& layout,
+                                                                 const PreparedPicture& frames) {
+    const std::size_t samples = std::size_t{layout.width} * layout.field1Lines;
+    std::vector<uint16_t> words(samples);
+    for (int p = 0; p < 2; ++p) {
+        UnpackTenBit(frames.fill.data() + p * layout.planeBytes, samples, words.data());
+        for (uint16_t w : words) {
+            if (w < 64 || w > (p == 0 ? 940 : 960)) __builtin_trap();
         }
+        if (!frames.withKey) continue;
+        UnpackTenBit(frames.key.data() + p * layout.planeBytes, samples, words.data());
+        for (uint16_t w : words) {
+            if (p == 0 ? (w < 64 || w > 940) : w != kNeutralChroma) __builtin_trap();
+        }
+    }
+    if (ComputeSfmChecksum(frames.fill.data(), frames.fill.size()) != frames.fillChecksum) {
+        __builtin_trap();
     }
 }
 
@@ -48,13 +58,12 @@ int FuzzPicture(const uint8_t* data, std::size_t size, MakeReader makeReader) {
     const int pixelOffset = kOffsets[offsetControl >> 3 & 7];
     const ColourMatrix matrix = frameControl & 0x80 ? ColourMatrix::kBt709 : ColourMatrix::kBt601;
     const bool alpha = reader->info().bytesPerPixel == 4;
+    static const uint32_t kSizes[4][2] = {{4, 1}, {16, 9}, {64, 33}, {1920, 3}};
     const uint8_t kind = frameControl & 3;
-    static const uint32_t kSizes[4][2] = {{2, 1}, {16, 9}, {64, 33}, {1920, 3}};
-    PictureFrame fill = UncoveredFrame(kSizes[kind][0], kSizes[kind][1]);
-    PictureFrame key = fill;
-    PlacePicture(*reader, lineOffset, pixelOffset, matrix, &fill, alpha ? &key : nullptr);
-    if (alpha) PlacePicture(*reader, lineOffset, pixelOffset, matrix, nullptr, &key);
-    CheckRanges(fill, key);
+    const FrameLayout layout = SmallLayout(kSizes[kind][0], kSizes[kind][1], matrix);
+    static PreparedPicture frames;
+    ComposePicture(*reader, layout, lineOffset, pixelOffset, alpha, frames);
+    CheckRanges(layout, frames);
     return 0;
 }
 

@@ -21,16 +21,14 @@ constexpr FrameLayout kLayouts[4] = {
     {kFrameFormat720p, "720P", 1280, 1600, 0, 720, 0, 0, 1600, 1153600, ColourMatrix::kBt709},
 };
 
-// Where frame line `line` is stored within a plane: field 1 holds the even
-// lines (every line when there is no field 2), field 2 the odd ones.
-std::size_t LineOffsetInPlane(const FrameLayout& layout, uint32_t line) {
+}  // namespace
+
+std::size_t FrameLineOffset(const FrameLayout& layout, uint32_t line) {
     if (layout.field2Lines == 0) return std::size_t{line} * layout.lineBytes;
     if (line % 2 == 0) return std::size_t{line / 2} * layout.lineBytes;
     return std::size_t{layout.field1Lines} * layout.lineBytes + layout.gap1Bytes +
            std::size_t{line / 2} * layout.lineBytes;
 }
-
-}  // namespace
 
 const FrameLayout* GetFrameLayout(int frameFormat) {
     if (frameFormat < kFrameFormat480i || frameFormat > kFrameFormat720p) return nullptr;
@@ -102,7 +100,7 @@ std::vector<uint8_t> BuildSfmFile(const SfmHeader& header, const FrameLayout& la
         uint8_t* plane = file.data() + kSfmHeaderSize + std::size_t{p} * layout.planeBytes;
         for (uint32_t line = 0; line < layout.frameLines(); ++line) {
             PackTenBit(planes[p] + std::size_t{line} * frame.width, layout.width,
-                       plane + LineOffsetInPlane(layout, line) + layout.leadInBytes);
+                       plane + FrameLineOffset(layout, line) + layout.leadInBytes);
         }
     }
     WriteBe32(&file[36], ComputeSfmChecksum(file.data() + 48, file.size() - 48));
@@ -124,7 +122,7 @@ bool DecodeSfmPicture(const std::vector<uint8_t>& file, const FrameLayout& layou
     for (std::size_t p = 0; p < 2; ++p) {
         const uint8_t* plane = file.data() + kSfmHeaderSize + std::size_t{p} * layout.planeBytes;
         for (uint32_t line = 0; line < frame.lines; ++line) {
-            UnpackTenBit(plane + LineOffsetInPlane(layout, line) + layout.leadInBytes, layout.width,
+            UnpackTenBit(plane + FrameLineOffset(layout, line) + layout.leadInBytes, layout.width,
                          planes[p] + std::size_t{line} * frame.width);
         }
     }

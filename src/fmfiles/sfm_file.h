@@ -83,6 +83,10 @@ struct PictureFrame {
 constexpr uint16_t kBlackLuma = 64;
 constexpr uint16_t kNeutralChroma = 512;
 
+// Where frame line `line` starts within a plane: field 1 holds the even lines
+// (every line when there is no field 2), field 2 the odd ones.
+std::size_t FrameLineOffset(const FrameLayout& layout, uint32_t line);
+
 // A frame of the layout's size that no picture covers: Y 64, Cb = Cr = 512.
 PictureFrame MakeUncoveredFrame(const FrameLayout& layout);
 

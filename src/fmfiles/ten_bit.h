@@ -11,8 +11,13 @@
 
 namespace fmconv {
 
-// Packs count samples (a multiple of 4, each 0..1023) into count * 5 / 4 bytes.
+// Packs count samples (a multiple of 4, each 0..1023) into count * 5 / 4 bytes,
+// sixteen at a time where the processor has AVX2; nothing beyond those bytes
+// is touched.
 void PackTenBit(const uint16_t* samples, std::size_t count, uint8_t* out);
+// The same four samples at a time, whatever the processor (the reference of
+// the fast path, and its fallback).
+void PackTenBitPlain(const uint16_t* samples, std::size_t count, uint8_t* out);
 
 // Unpacks count samples (a multiple of 4) from count * 5 / 4 bytes.
 void UnpackTenBit(const uint8_t* bytes, std::size_t count, uint16_t* samples);

@@ -31,11 +31,7 @@ void BmpReader::MoveTo(uint64_t row, uint64_t column) {
 }
 
 void BmpReader::Read(Pixel* pixels, std::size_t count) {
-    for (Pixel* p = pixels; p != pixels + count; ++p) {
-        p->b = AsPixelByte(source_.ReadByte());
-        p->g = AsPixelByte(source_.ReadByte());
-        p->r = AsPixelByte(source_.ReadByte());
-    }
+    ReadBgrPixels(source_, 3, pixels, count, buffer_);
 }
 
 }  // namespace fmconv

@@ -1,6 +1,8 @@
 // BMP pictures: 24-bit, bottom-up rows of B, G, R padded to four bytes.
 #pragma once
 
+#include <vector>
+
 #include "image/picture_reader.h"
 
 namespace fmconv {
@@ -20,6 +22,7 @@ class BmpReader final : public PictureReader {
   private:
     ByteSource& source_;
     uint64_t rowBytes_ = 0;
+    std::vector<uint8_t> buffer_;
 };
 
 }  // namespace fmconv

@@ -1,11 +1,12 @@
 #include "image/picture_convert.h"
 
 #include <algorithm>
-#include <cstdio>
+#include <cstring>
 #include <memory>
 #include <utility>
-#include <vector>
 
+#include "base/bytes.h"
+#include "fmfiles/ten_bit.h"
 #include "image/bmp.h"
 #include "image/byte_source.h"
 #include "image/tga.h"
@@ -13,70 +14,15 @@
 
 namespace fmconv {
 
-// Every numerator below is positive for R, G, B, A in 0..255, so integer
-// division truncates exactly as the formulas mean; the results stay within
-// Y 64..940, Cb and Cr 64..960, so nothing is clipped.
-
-uint16_t ToLuma(ColourMatrix matrix, const Pixel& p) {
-    const int64_t r = p.r, g = p.g, b = p.b;
-    if (matrix == ColourMatrix::kBt709) {
-        return static_cast<uint16_t>((931188 * r + 3132576 * g + 316236 * b + 637500) / 1275000 +
-                                     64);
-    }
-    return static_cast<uint16_t>((261924 * r + 514212 * g + 99864 * b + 127500) / 255000 + 64);
-}
-
-YCbCr ToYCbCr(ColourMatrix matrix, const Pixel& p) {
-    const int64_t r = p.r, g = p.g, b = p.b;
-    if (matrix == ColourMatrix::kBt709) {
-        return {
-            ToLuma(matrix, p),
-            static_cast<uint16_t>((2078272 * b - 476224 * r - 1602048 * g + 606259312) / 1182945),
-            static_cast<uint16_t>((1763776 * r - 161728 * b - 1602048 * g + 514516687) / 1003935)};
-    }
-    return {ToLuma(matrix, p),
-            static_cast<uint16_t>((396928 * b - 133952 * r - 262976 * g + 115789125) / 225930),
-            static_cast<uint16_t>((314048 * r - 51072 * b - 262976 * g + 91611937) / 178755)};
-}
-
-uint16_t ToKeyLuma(ColourMatrix matrix, uint8_t alpha) {
-    const int64_t a = alpha;
-    if (matrix == ColourMatrix::kBt709) {
-        return static_cast<uint16_t>((4380000 * a + 637500) / 1275000 + 64);
-    }
-    return static_cast<uint16_t>((876000 * a + 127500) / 255000 + 64);
-}
-
-namespace {
-
-// Stores the pair of pixels at pair[0] and pair[1] at frame line `line`,
-// columns `column` and `column` + 1 (the frame width is even, so both are
-// inside it).
-void PlacePair(const Pixel* pair, ColourMatrix matrix, uint32_t line, uint32_t column,
-               PictureFrame* fill, PictureFrame* key) {
-    if (fill != nullptr) {
-        // Chroma is sited on the even pixel; the odd one gives its Y.
-        const YCbCr colour = ToYCbCr(matrix, pair[0]);
-        uint16_t* y = fill->lumaLine(line) + column;
-        uint16_t* c = fill->chromaLine(line) + column;
-        y[0] = colour.y;
-        y[1] = ToLuma(matrix, pair[1]);
-        c[0] = colour.cb;
-        c[1] = colour.cr;
-    }
-    if (key != nullptr) {
-        uint16_t* y = key->lumaLine(line) + column;
-        y[0] = ToKeyLuma(matrix, pair[0].a);
-        y[1] = ToKeyLuma(matrix, pair[1].a);
-    }
-}
-
-}  // namespace
-
-void PlacePicture(PictureReader& reader, int lineOffset, int pixelOffset, ColourMatrix matrix,
-                  PictureFrame* fill, PictureFrame* key) {
-    const PictureFrame& frame = fill != nullptr ? *fill : *key;
+void ComposePicture(PictureReader& reader, const FrameLayout& layout, int lineOffset,
+                    int pixelOffset, bool withKey, PreparedPicture& out) {
     const PictureInfo& info = reader.info();
+    const uint32_t width = layout.width;
+    const std::size_t plane = layout.planeBytes;
+    out.fill.resize(2 * plane);
+    out.key.resize(withKey ? 2 * plane : 0);
+    out.withKey = withKey;
+
     // Picture pixel (x, y) goes to frame column x + pixel offset and line
     // y + line offset, counted modulo 2^32 and compared unsigned: a pixel
     // before the left or top edge wraps round to a large position and is
@@ -89,52 +35,97 @@ void PlacePicture(PictureReader& reader, int lineOffset, int pixelOffset, Colour
     // Only what can land is visited: at most one file row per frame line
     // and one pixel pair per frame column pair, in file order.
     std::vector<std::pair<uint32_t, uint32_t>> rows;  // file row, frame line
-    for (uint32_t line = 0; line < frame.lines; ++line) {
+    for (uint32_t line = 0; line < layout.frameLines(); ++line) {
         const uint32_t y = line - lineShift;
         if (y < info.height) rows.emplace_back(info.firstRowIsTop ? y : info.height - 1 - y, line);
     }
     std::sort(rows.begin(), rows.end());
-    std::vector<std::pair<uint32_t, uint32_t>> pairs;  // picture column, frame column
-    for (uint32_t column = 0; column < frame.width; column += 2) {
-        const uint32_t x = column - columnShift;
-        if (x < info.width) pairs.emplace_back(x, column);
-    }
-    std::sort(pairs.begin(), pairs.end());
-
-    // Pairs that follow one another in the picture form runs, read in one go.
+    // Pairs that follow one another in the picture land side by side in the
+    // frame and form runs, read and converted in one go.
     struct Run {
-        std::size_t first, last;  // pairs[first] to pairs[last - 1]
-        uint32_t x0, count;       // the run's first picture column and its pixel count
+        uint32_t x0;      // the run's first picture column
+        uint32_t count;   // pixels read from the file
+        uint32_t pairs;   // pixel pairs placed
+        uint32_t column;  // the frame column of the first
     };
     std::vector<Run> runs;
-    for (std::size_t first = 0, last; first < pairs.size(); first = last) {
-        last = first + 1;
-        while (last < pairs.size() && pairs[last].first == pairs[last - 1].first + 2) ++last;
-        const uint32_t x0 = pairs[first].first;
+    for (uint32_t column = 0; column < width; column += 2) {
+        const uint32_t x = column - columnShift;
+        if (x >= info.width) continue;
+        if (!runs.empty() && runs.back().x0 + uint64_t{2} * runs.back().pairs == x &&
+            runs.back().column + 2 * runs.back().pairs == column) {
+            ++runs.back().pairs;
+        } else {
+            runs.push_back({x, 0, 1, column});
+        }
+    }
+    // Runs in picture order, so that a pass only ever reads forward.
+    std::sort(runs.begin(), runs.end(), [](const Run& a, const Run& b) { return a.x0 < b.x0; });
+    for (Run& run : runs) {
         // An odd width ends each row with a pair whose second pixel is not
         // in the file: black and transparent.
-        const uint64_t end = std::min<uint64_t>(pairs[last - 1].first + uint64_t{2}, info.width);
-        runs.push_back({first, last, x0, static_cast<uint32_t>(end - x0)});
+        run.count = static_cast<uint32_t>(
+            std::min<uint64_t>(run.x0 + uint64_t{2} * run.pairs, info.width) - run.x0);
     }
 
+    // One frame line at a time: its samples (uncovered: Y 64, Cb = Cr = 512),
+    // the converted pairs over them, packed into both planes.
+    std::vector<uint16_t> y(width), c(width), keyY(width);
+    std::vector<Pixel> pixels(width + 2);
+    std::vector<bool> covered(layout.frameLines(), false);
+    const auto pack = [&](std::vector<uint8_t>& planes, const uint16_t* samples, std::size_t p,
+                          uint32_t line) {
+        uint8_t* at = planes.data() + p * plane + FrameLineOffset(layout, line);
+        std::memset(at, 0, layout.leadInBytes);
+        PackTenBit(samples, width, at + layout.leadInBytes);
+    };
     reader.StartPixels();
-    std::vector<Pixel> pixels(frame.width + 1);
     for (const auto& [row, line] : rows) {
+        std::fill(y.begin(), y.end(), kBlackLuma);
+        std::fill(c.begin(), c.end(), kNeutralChroma);
+        if (withKey) std::fill(keyY.begin(), keyY.end(), kBlackLuma);
         for (const Run& run : runs) {
             reader.MoveTo(row, run.x0);
             reader.Read(pixels.data(), run.count);
             pixels[run.count] = Pixel{};
-            for (std::size_t i = run.first; i < run.last; ++i) {
-                PlacePair(&pixels[pairs[i].first - run.x0], matrix, line, pairs[i].second, fill,
-                          key);
-            }
+            ConvertPixelPairs(layout.matrix, pixels.data(), run.pairs, &y[run.column],
+                              &c[run.column], withKey ? &keyY[run.column] : nullptr);
+        }
+        pack(out.fill, y.data(), 0, line);
+        pack(out.fill, c.data(), 1, line);
+        if (withKey) pack(out.key, keyY.data(), 0, line);
+        covered[line] = true;
+    }
+
+    // The lines no picture row reaches, the key's chroma (always neutral)
+    // and the gaps between and after the fields.
+    std::fill(y.begin(), y.end(), kBlackLuma);
+    std::fill(c.begin(), c.end(), kNeutralChroma);
+    for (uint32_t line = 0; line < layout.frameLines(); ++line) {
+        if (!covered[line]) {
+            pack(out.fill, y.data(), 0, line);
+            pack(out.fill, c.data(), 1, line);
+            if (withKey) pack(out.key, y.data(), 0, line);
+        }
+        if (withKey) pack(out.key, c.data(), 1, line);
+    }
+    const std::size_t fieldBytes[2] = {std::size_t{layout.field1Lines} * layout.lineBytes,
+                                       std::size_t{layout.field2Lines} * layout.lineBytes};
+    for (std::vector<uint8_t>* planes : {&out.fill, &out.key}) {
+        if (planes->empty()) continue;
+        for (std::size_t p = 0; p < 2; ++p) {
+            uint8_t* start = planes->data() + p * plane;
+            std::memset(start + fieldBytes[0], 0, layout.gap1Bytes);
+            std::memset(start + fieldBytes[0] + layout.gap1Bytes + fieldBytes[1], 0,
+                        layout.gap2Bytes);
         }
     }
+    // The planes start at file offset 64, so their words are the file's.
+    out.fillChecksum = ComputeSfmChecksum(out.fill.data(), out.fill.size());
+    out.keyChecksum = withKey ? ComputeSfmChecksum(out.key.data(), out.key.size()) : 0;
 }
 
 namespace {
-
-enum class PictureKind { kBmp, kTga, kTiff };
 
 std::unique_ptr<PictureReader> MakeReader(PictureKind kind, ByteSource& source,
                                           const TraceSink& trace) {
@@ -149,28 +140,50 @@ std::unique_ptr<PictureReader> MakeReader(PictureKind kind, ByteSource& source,
     return nullptr;
 }
 
-// Writes the frame into an output started earlier; false when it could not
-// be written whole (nothing is then left under its name).
-bool WriteFrame(platform::OutputFile& output, const SfmHeader& header, const FrameLayout& layout,
-                const PictureFrame& frame) {
-    const std::vector<uint8_t> bytes = BuildSfmFile(header, layout, frame);
-    return output.Write(bytes.data(), bytes.size()) && output.Commit();
+// Writes header and planes; false when the file could not be written whole
+// (nothing is then left under its name).
+bool WriteFrame(platform::OutputFile& output, const SfmHeader& prepared,
+                const std::vector<uint8_t>& planes, uint32_t planesChecksum) {
+    SfmHeader header = prepared;
+    // The checksum runs on from header byte 48 into the planes.
+    WriteBe32(&header[36], ComputeSfmChecksum(&header[48], 16) ^ planesChecksum);
+    return output.Write(header.data(), header.size()) && output.Write(planes.data(), planes.size()) &&
+           output.Commit();
 }
 
-void ResetFrame(PictureFrame& frame) {
-    std::fill(frame.luma.begin(), frame.luma.end(), kBlackLuma);
-    std::fill(frame.chroma.begin(), frame.chroma.end(), kNeutralChroma);
+}  // namespace
+
+void PreparePicture(PictureKind kind, const std::string& sourcePath, int frameFormat,
+                    int lineOffset, int pixelOffset, bool wantKey, PreparedPicture& out) {
+    out.status = 0;
+    out.withKey = false;
+    out.traces.clear();
+    const FrameLayout* layout = GetFrameLayout(frameFormat);
+    if (layout == nullptr) {
+        out.status = kPictureBadFrameFormat;
+        return;
+    }
+    const std::unique_ptr<FileByteSource> source = FileByteSource::Open(sourcePath);
+    if (!source) {
+        out.status = kPictureSourceUnreadable;
+        return;
+    }
+    const TraceSink keep = [&out](std::string_view line) { out.traces.emplace_back(line); };
+    const std::unique_ptr<PictureReader> reader = MakeReader(kind, *source, keep);
+    if (!reader->ReadHeader().empty()) {
+        out.status = kPictureNotAccepted;
+        return;
+    }
+    ComposePicture(*reader, *layout, lineOffset, pixelOffset,
+                   wantKey && kind != PictureKind::kBmp && reader->info().bytesPerPixel == 4, out);
 }
 
-// The steps every converter takes; a BMP has no key. The outputs are named
-// and checked before the source is opened, and created only once the
-// source's header was accepted. A frame that cannot be written whole is a
-// failure of that frame (the fill's result, or the key's), and nothing is
-// left under its name; a fill written before a failed key stays. The source
-// is closed on every path, a refused BMP's included.
-int ConvertPicture(PictureKind kind, const std::string& sourcePath, const std::string& fillPath,
-                   const std::optional<std::string>& keyPath, int frameFormat, int lineOffset,
-                   int pixelOffset, const TraceSink& trace, platform::OutputFiles& files) {
+int CommitPicture(const PreparedPicture& prepared, PictureKind kind, int frameFormat,
+                  const std::string& fillPath, const std::optional<std::string>& keyPath,
+                  platform::OutputFiles& files, const TraceSink& trace) {
+    // The order of the checks is the converter's: the format, the names
+    // (before the source is opened), the source, then the outputs, created
+    // only once the source's header was accepted.
     const FrameLayout* layout = GetFrameLayout(frameFormat);
     if (layout == nullptr) return kPictureBadFrameFormat;
     SfmHeader fillHeader;
@@ -183,11 +196,8 @@ int ConvertPicture(PictureKind kind, const std::string& sourcePath, const std::s
         !BuildSfmHeader(*keyPath, keyHeader, layout->lengthFrom48(), layout->planeBytes)) {
         return kPictureKeyUnwritable;
     }
-
-    const std::unique_ptr<FileByteSource> source = FileByteSource::Open(sourcePath);
-    if (!source) return kPictureSourceUnreadable;
-    const std::unique_ptr<PictureReader> reader = MakeReader(kind, *source, trace);
-    if (!reader->ReadHeader().empty()) return kPictureNotAccepted;
+    if (prepared.status != 0) return prepared.status;
+    for (const std::string& line : prepared.traces) Trace(trace, line);
 
     const std::unique_ptr<platform::OutputFile> fillFile = files.Create(fillPath);
     if (!fillFile) {
@@ -195,28 +205,37 @@ int ConvertPicture(PictureKind kind, const std::string& sourcePath, const std::s
         // names the source; that pairing is kept on purpose.
         return kind == PictureKind::kBmp ? kPictureSourceUnreadable : kPictureFillUnwritable;
     }
-    const bool withKey = keyNamed && reader->info().bytesPerPixel == 4;
-    PictureFrame frame = MakeUncoveredFrame(*layout);
-    // A TGA fills fill and key in one pass; a TIFF reads its pixels again
-    // for the key, into the same frame.
-    PictureFrame tgaKey;
-    if (withKey && kind == PictureKind::kTga) tgaKey = MakeUncoveredFrame(*layout);
-    PlacePicture(*reader, lineOffset, pixelOffset, layout->matrix, &frame,
-                 tgaKey.luma.empty() ? nullptr : &tgaKey);
-    // A BMP's output that cannot be written is named as the output it is.
-    if (!WriteFrame(*fillFile, fillHeader, *layout, frame)) return kPictureFillUnwritable;
-    if (!withKey) return layout->frameFormat;
-
-    const std::unique_ptr<platform::OutputFile> keyFile = files.Create(*keyPath);
-    if (!keyFile) return kPictureKeyUnwritable;
-    if (kind == PictureKind::kTiff) {
-        ResetFrame(frame);
-        PlacePicture(*reader, lineOffset, pixelOffset, layout->matrix, nullptr, &frame);
+    // A frame that cannot be written whole is the failure of that frame (a
+    // BMP's output included, named as the output it is); a fill written
+    // before a failed key stays.
+    if (!WriteFrame(*fillFile, fillHeader, prepared.fill, prepared.fillChecksum)) {
+        return kPictureFillUnwritable;
     }
-    if (!WriteFrame(*keyFile, keyHeader, *layout, kind == PictureKind::kTga ? tgaKey : frame)) {
+    if (!keyNamed || !prepared.withKey) return layout->frameFormat;
+    const std::unique_ptr<platform::OutputFile> keyFile = files.Create(*keyPath);
+    if (!keyFile || !WriteFrame(*keyFile, keyHeader, prepared.key, prepared.keyChecksum)) {
         return kPictureKeyUnwritable;
     }
     return kPictureKeyWritten + layout->frameFormat;
+}
+
+namespace {
+
+int ConvertPicture(PictureKind kind, const std::string& sourcePath, const std::string& fillPath,
+                   const std::optional<std::string>& keyPath, int frameFormat, int lineOffset,
+                   int pixelOffset, const TraceSink& trace, platform::OutputFiles& files) {
+    PreparedPicture prepared;
+    // Names are checked before the source is read.
+    SfmHeader unused;
+    const FrameLayout* layout = GetFrameLayout(frameFormat);
+    if (layout != nullptr &&
+        BuildSfmHeader(fillPath, unused, layout->lengthFrom48(), layout->planeBytes) &&
+        (kind == PictureKind::kBmp || !keyPath ||
+         BuildSfmHeader(*keyPath, unused, layout->lengthFrom48(), layout->planeBytes))) {
+        PreparePicture(kind, sourcePath, frameFormat, lineOffset, pixelOffset, keyPath.has_value(),
+                       prepared);
+    }
+    return CommitPicture(prepared, kind, frameFormat, fillPath, keyPath, files, trace);
 }
 
 }  // namespace

@@ -5,9 +5,11 @@
 // the file does not hold.
 #pragma once
 
+#include <algorithm>
 #include <cstddef>
 #include <cstdint>
 #include <string_view>
+#include <vector>
 
 #include "image/byte_source.h"
 
@@ -28,6 +30,21 @@ struct PictureInfo {
 // A byte as the readers take it: the end-of-file value becomes 0xFF.
 inline uint8_t AsPixelByte(int value) {
     return static_cast<uint8_t>(value);
+}
+
+// Reads count pixels stored B, G, R (and A for 4 bytes a pixel) with one
+// block read. What lies beyond the end of the file reads as 0xFF, as the
+// single-byte reads of the readers' rule give there; a 3-byte pixel has
+// alpha 0.
+inline void ReadBgrPixels(ByteSource& source, unsigned bytesPerPixel, Pixel* pixels,
+                          std::size_t count, std::vector<uint8_t>& buffer) {
+    buffer.resize(count * bytesPerPixel);
+    const std::size_t got = source.Read(buffer.data(), buffer.size());
+    std::fill(buffer.begin() + static_cast<std::ptrdiff_t>(got), buffer.end(), uint8_t{0xFF});
+    const uint8_t* in = buffer.data();
+    for (Pixel* p = pixels; p != pixels + count; ++p, in += bytesPerPixel) {
+        *p = Pixel{in[2], in[1], in[0], bytesPerPixel == 4 ? in[3] : uint8_t{0}};
+    }
 }
 
 class PictureReader {

@@ -117,13 +117,7 @@ void TgaReader::Read(Pixel* pixels, std::size_t count) {
         pixelIndex_ += count;
         return;
     }
-    const bool alpha = info_.bytesPerPixel == 4;
-    for (Pixel* p = pixels; p != pixels + count; ++p) {
-        p->b = AsPixelByte(source_.ReadByte());
-        p->g = AsPixelByte(source_.ReadByte());
-        p->r = AsPixelByte(source_.ReadByte());
-        if (alpha) p->a = AsPixelByte(source_.ReadByte());
-    }
+    ReadBgrPixels(source_, info_.bytesPerPixel, pixels, count, buffer_);
 }
 
 }  // namespace fmconv

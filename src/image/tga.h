@@ -3,6 +3,8 @@
 // or from the bottom.
 #pragma once
 
+#include <vector>
+
 #include <array>
 #include <utility>
 
@@ -48,6 +50,7 @@ class TgaReader final : public PictureReader {
     uint64_t pixelDataOffset_ = 0;
     uint64_t pixelIndex_ = 0;  // run-length data: pixels handed out or skipped
     TgaRleReader rle_;
+    std::vector<uint8_t> buffer_;
 };
 
 }  // namespace fmconv
