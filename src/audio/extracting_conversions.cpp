@@ -1,5 +1,8 @@
 #include "audio/extracting_conversions.h"
 
+#include <sys/stat.h>
+
+#include <algorithm>
 #include <cstring>
 #include <memory>
 #include <optional>
@@ -70,7 +73,11 @@ std::string Convert(const std::string& sourceDir, const std::string& sourceName,
         return result;
     };
 
-    std::vector<uint8_t> sfa(kSfaSourceLimit);
+    std::vector<uint8_t>& sfa = ctx.buffers.source;
+    struct stat info {};
+    const uint64_t length =
+        ::fstat(::fileno(in.get()), &info) == 0 ? static_cast<uint64_t>(info.st_size) : 0;
+    sfa.resize(static_cast<std::size_t>(std::min<uint64_t>(length, kSfaSourceLimit)));
     sfa.resize(std::fread(sfa.data(), 1, sfa.size(), in.get()));
     in.reset();
     if (sfa.size() < 64) sfa.resize(64, 0);  // a short file reads as zeros
@@ -80,7 +87,8 @@ std::string Convert(const std::string& sourceDir, const std::string& sourceName,
     const uint32_t frameSize = GetFrameByteSize(ctx.signalFormat, kFrameKindSfm);
     if (frameSize == 0) return giveUp({});
 
-    std::vector<uint8_t> sfm(std::size_t{frameSize} + 64, 0);
+    std::vector<uint8_t>& sfm = ctx.buffers.frame;
+    sfm.assign(std::size_t{frameSize} + 64, 0);
     std::memcpy(sfm.data(), sfa.data(), 48);
     // The name whose characters from the 11th on go into header bytes 8-19:
     // the SFM frame's own name.

@@ -78,16 +78,30 @@ void SfaChecksum(uint8_t* at36, std::size_t payloadSize) {
 
 int BuildSfaFrame(std::span<const uint8_t> source, std::span<uint8_t> dest, std::string_view name,
                   AudioChannelSet& set, const ConversionContext& ctx) {
-    const uint32_t code = ctx.signalFormat;
+    if (BuildSfaRaster(source, dest, name, ctx.signalFormat, ctx.trace) != 0) return -1;
+    FinishSfaFrame(dest, set, ctx.signalFormat);
+    return 0;
+}
+
+void FinishSfaFrame(std::span<uint8_t> dest, AudioChannelSet& set, uint32_t code) {
     SignalTiming timing;
-    if (GetSignalTiming(code, timing, ctx.trace) != 0) {
-        Trace(ctx.trace, kFileConvertError);
+    GetSignalTiming(code, timing, nullptr);
+    const std::size_t payload = 2 * std::size_t{PlaneBytes(timing)};
+    EmbedAudioInFrame(set, timing, dest.subspan(kHeaderSize, payload));
+    SfaChecksum(dest.data() + 36, payload);
+}
+
+int BuildSfaRaster(std::span<const uint8_t> source, std::span<uint8_t> dest, std::string_view name,
+                   uint32_t code, const TraceSink& trace) {
+    SignalTiming timing;
+    if (GetSignalTiming(code, timing, trace) != 0) {
+        Trace(trace, kFileConvertError);
         return -1;
     }
     const StoredRaster raster = MakeStoredRaster(timing);
     const std::size_t plane = raster.planeBytes;
     if (dest.size() < kHeaderSize + 2 * plane) {
-        Trace(ctx.trace, kFileConvertError);
+        Trace(trace, kFileConvertError);
         return -1;
     }
 
@@ -142,9 +156,6 @@ int BuildSfaFrame(std::span<const uint8_t> source, std::span<uint8_t> dest, std:
         // The SFM plane ends with one more line, except in 576i.
         if (code != kSignal576i50) from += leadIn + activeBytes;
     }
-
-    EmbedAudioInFrame(set, timing, payload);
-    SfaChecksum(header + 36, payload.size());
     return 0;
 }
 
@@ -179,60 +190,94 @@ std::string Sf3NameFromSf1Name(std::string_view sf1Name) {
 
 namespace {
 
-enum class SourceKind { kSfm, kSf1 };
-enum class DestKind { kSfa, kSf3 };
-
 uint64_t OpenFileLength(std::FILE* file) {
     if (fseeko(file, 0, SEEK_END) != 0) return 0;
     const off_t end = ftello(file);
     return end > 0 ? static_cast<uint64_t>(end) : 0;
 }
 
-// Up to `count` bytes from `offset`; fewer when the file ends sooner.
-std::vector<uint8_t> ReadAt(std::FILE* file, uint64_t offset, std::size_t count) {
-    std::vector<uint8_t> bytes(count);
+// Up to `count` bytes from `offset` into bytes (reused); fewer when the file
+// ends sooner.
+void ReadAt(std::FILE* file, uint64_t offset, std::size_t count, std::vector<uint8_t>& bytes) {
+    bytes.resize(count);
     std::size_t got = 0;
     if (count > 0 && fseeko(file, static_cast<off_t>(offset), SEEK_SET) == 0) {
         got = std::fread(bytes.data(), 1, count, file);
     }
     bytes.resize(got);
-    return bytes;
 }
 
-std::string WriteSfa(SourceKind from, DestKind to, const std::string& sourceDir,
-                     const std::string& sourceName, const std::string& destDir,
-                     AudioChannelSet& set, std::optional<uint32_t> chosenFormat,
-                     ConversionContext& ctx) {
+// The frame without its audio, for the prepared code.
+void BuildPreparedRaster(PreparedSfa& out) {
+    out.built = false;
+    const uint32_t payload = GetFrameByteSize(out.code, kFrameKindSfa);
+    if (payload == 0) return;
+    out.source[48] = kSfaHeaderMark;
+    out.source[49] = static_cast<uint8_t>(out.code);
+    out.frame.resize(kHeaderSize + payload);
+    const TraceSink keep = [&out](std::string_view line) { out.traces.emplace_back(line); };
+    out.built = BuildSfaRaster(out.source, out.frame,
+                               out.from == SfaSource::kSfm ? out.sfaName : out.sourceName,
+                               out.code, keep) == 0;
+}
+
+}  // namespace
+
+void PrepareSfa(SfaSource from, SfaDestination to, const std::string& sourceDir,
+                const std::string& sourceName, uint32_t code, PreparedSfa& out) {
+    out.from = from;
+    out.to = to;
+    out.sourceName = sourceName;
+    out.sourceRead = false;
+    out.code = code;
+    out.built = false;
+    out.traces.clear();
+    out.sourceTrailer = {};
     FilePtr source = OpenFile(JoinPath(sourceDir, sourceName), "rb");
-    if (!source) return "";
+    if (!source) return;
+    out.sourceRead = true;
     const uint64_t length = OpenFileLength(source.get());
 
     // An SF1 source names its frame in its trailer. A file shorter than a
     // trailer gives what it has, the rest zero.
-    RegisterTrailer sourceTrailer{};
     std::string innerName;
-    if (from == SourceKind::kSf1) {
-        const std::vector<uint8_t> tail =
-            ReadAt(source.get(), length >= kRegisterTrailerSize ? length - kRegisterTrailerSize : 0,
-                   kRegisterTrailerSize);
-        std::copy(tail.begin(), tail.end(), sourceTrailer.begin());
-        innerName = TrailerInnerName(sourceTrailer);
+    if (from == SfaSource::kSf1) {
+        ReadAt(source.get(), length >= kRegisterTrailerSize ? length - kRegisterTrailerSize : 0,
+               kRegisterTrailerSize, out.source);
+        std::copy(out.source.begin(), out.source.end(), out.sourceTrailer.begin());
+        innerName = TrailerInnerName(out.sourceTrailer);
     }
+    out.sfaName =
+        from == SfaSource::kSfm ? SfaNameFromSfm(sourceName) : SfaNameFromInnerName(innerName);
+    out.sf3Name =
+        from == SfaSource::kSfm ? Sf3NameFromSfaName(out.sfaName) : Sf3NameFromSf1Name(sourceName);
 
-    const std::string sfaName =
-        from == SourceKind::kSfm ? SfaNameFromSfm(sourceName) : SfaNameFromInnerName(innerName);
-    const std::string sf3Name =
-        from == SourceKind::kSfm ? Sf3NameFromSfaName(sfaName) : Sf3NameFromSf1Name(sourceName);
-    const std::string& frameName = from == SourceKind::kSfm ? sfaName : sourceName;
+    // The SFM bytes: up to 8 MiB of an SFM file; of an SF1 file all but its
+    // trailer and the last 48 picture bytes. Whatever is missing reads as
+    // zero when the frame is built.
+    uint64_t wanted = kSfaSourceLimit;
+    if (from == SfaSource::kSf1) wanted = length >= kSf1UnreadTail ? length - kSf1UnreadTail : 0;
+    wanted = std::min({wanted, length, uint64_t{kSfaSourceLimit}});
+    ReadAt(source.get(), 0, static_cast<std::size_t>(wanted), out.source);
+    ReadAt(source.get(), 0, kHeaderSize, out.sourceHeader);
+    source.reset();
+    if (out.source.size() < kHeaderSize) out.source.resize(kHeaderSize, 0);
+    BuildPreparedRaster(out);
+}
+
+std::string CommitSfa(PreparedSfa& prepared, const std::string& destDir, AudioChannelSet& set,
+                      std::optional<uint32_t> chosenFormat, ConversionContext& ctx) {
+    if (!prepared.sourceRead) return "";
     // A name from the trailer that would lead out of the destination folder
     // is refused like a source that cannot be read.
-    if (from == SourceKind::kSf1 && !IsConfinedName(sfaName)) return "";
+    if (prepared.from == SfaSource::kSf1 && !IsConfinedName(prepared.sfaName)) return "";
 
     // The destination is made here, before the frame is built and the space
     // tested: every failure from now on leaves it behind as an empty file.
     // It is written under a temporary name, so that until it is whole (or
     // given up empty) an existing file of that name stays as it was.
-    const std::string destPath = JoinPath(destDir, to == DestKind::kSfa ? sfaName : sf3Name);
+    const bool toSf3 = prepared.to == SfaDestination::kSf3;
+    const std::string destPath = JoinPath(destDir, toSf3 ? prepared.sf3Name : prepared.sfaName);
     const std::unique_ptr<platform::OutputFile> dest = ctx.files->Create(destPath);
     if (!dest) return "";
     const auto giveUp = [&dest](std::string result) {
@@ -240,31 +285,23 @@ std::string WriteSfa(SourceKind from, DestKind to, const std::string& sourceDir,
         return result;
     };
 
-    // The SFM bytes: up to 8 MiB of an SFM file; of an SF1 file all but its
-    // trailer and the last 48 picture bytes. Whatever is missing reads as
-    // zero when the frame is built.
-    uint64_t wanted = kSfaSourceLimit;
-    if (from == SourceKind::kSf1) wanted = length >= kSf1UnreadTail ? length - kSf1UnreadTail : 0;
-    wanted = std::min({wanted, length, uint64_t{kSfaSourceLimit}});
-    std::vector<uint8_t> sfm = ReadAt(source.get(), 0, static_cast<std::size_t>(wanted));
-    const std::vector<uint8_t> sourceHeader = ReadAt(source.get(), 0, kHeaderSize);
-    source.reset();
     // Kept for what a later reader may want; nothing reads it.
-    ctx.embeddedAudioFlag = sourceHeader.size() > 48 && IsEmbeddedAudioMark(sourceHeader[48]);
-
+    ctx.embeddedAudioFlag =
+        prepared.sourceHeader.size() > 48 && IsEmbeddedAudioMark(prepared.sourceHeader[48]);
     if (chosenFormat) ctx.signalFormat = *chosenFormat;
     const uint32_t code = ctx.signalFormat;
     const uint32_t payload = GetFrameByteSize(code, kFrameKindSfa);
     if (payload == 0) return giveUp("");
-
-    const std::size_t frameSize = kHeaderSize + payload;
-    std::vector<uint8_t> file(frameSize + (to == DestKind::kSf3 ? kRegisterTrailerSize : 0));
-    if (sfm.size() < kHeaderSize) sfm.resize(kHeaderSize, 0);
-    sfm[48] = kSfaHeaderMark;
-    sfm[49] = static_cast<uint8_t>(code);
-    if (BuildSfaFrame(sfm, std::span<uint8_t>(file).first(frameSize), frameName, set, ctx) != 0) {
-        return giveUp("");
+    if (code != prepared.code) {  // the format changed since the frame was prepared
+        prepared.code = code;
+        prepared.traces.clear();
+        BuildPreparedRaster(prepared);
     }
+    for (const std::string& line : prepared.traces) Trace(ctx.trace, line);
+    if (!prepared.built) return giveUp("");
+    const std::size_t frameSize = kHeaderSize + payload;
+    // The audio in the run's order, then the checksum over all of it.
+    FinishSfaFrame(prepared.frame, set, code);
 
     const int64_t freeBytes = ctx.freeSpace ? ctx.freeSpace->FreeBytes(destDir) : -1;
     switch (TestSpace(static_cast<int64_t>(frameSize), freeBytes)) {
@@ -275,26 +312,37 @@ std::string WriteSfa(SourceKind from, DestKind to, const std::string& sourceDir,
         case SpaceVerdict::kProceed:
             break;
     }
-
-    if (to == DestKind::kSf3) {
+    bool written = dest->Write(prepared.frame.data(), frameSize);
+    if (toSf3) {
         // The trailer names the SFA; an SF1 source's own trailer lends its
         // other bytes.
-        RegisterTrailer trailer = BuildRegisterTrailer(sfaName);
-        if (from == SourceKind::kSf1) {
-            std::copy_n(sourceTrailer.begin(), kTrailerMarkerOffset, trailer.begin());
-            std::copy_n(sourceTrailer.begin() + 260, 4, trailer.begin() + 260);
-            std::copy_n(sourceTrailer.begin() + 296, 4, trailer.begin() + 296);
+        RegisterTrailer trailer = BuildRegisterTrailer(prepared.sfaName);
+        if (prepared.from == SfaSource::kSf1) {
+            const RegisterTrailer& own = prepared.sourceTrailer;
+            std::copy_n(own.begin(), kTrailerMarkerOffset, trailer.begin());
+            std::copy_n(own.begin() + 260, 4, trailer.begin() + 260);
+            std::copy_n(own.begin() + 296, 4, trailer.begin() + 296);
         }
-        std::copy(trailer.begin(), trailer.end(),
-                  file.begin() + static_cast<std::ptrdiff_t>(frameSize));
+        written = written && dest->Write(trailer.data(), trailer.size());
     }
     // A write that fails (a full disk) is a failure like the others: the
     // partial frame goes, the empty destination stays.
-    if (!dest->Write(file.data(), file.size()) || !dest->Commit()) {
+    if (!written || !dest->Commit()) {
         platform::CreateEmptyFile(*ctx.files, destPath);
         return "";
     }
-    return to == DestKind::kSfa ? sfaName : RegisterListItem(sf3Name, sfaName);
+    return toSf3 ? RegisterListItem(prepared.sf3Name, prepared.sfaName) : prepared.sfaName;
+}
+
+namespace {
+
+std::string WriteSfa(SfaSource from, SfaDestination to, const std::string& sourceDir,
+                     const std::string& sourceName, const std::string& destDir,
+                     AudioChannelSet& set, std::optional<uint32_t> chosenFormat,
+                     ConversionContext& ctx) {
+    PreparedSfa prepared;
+    PrepareSfa(from, to, sourceDir, sourceName, chosenFormat.value_or(ctx.signalFormat), prepared);
+    return CommitSfa(prepared, destDir, set, chosenFormat, ctx);
 }
 
 }  // namespace
@@ -302,28 +350,28 @@ std::string WriteSfa(SourceKind from, DestKind to, const std::string& sourceDir,
 std::string WriteSfaFromSfm(const std::string& sourceDir, const std::string& sourceName,
                             const std::string& destDir, AudioChannelSet& set,
                             std::optional<uint32_t> chosenFormat, ConversionContext& ctx) {
-    return WriteSfa(SourceKind::kSfm, DestKind::kSfa, sourceDir, sourceName, destDir, set,
+    return WriteSfa(SfaSource::kSfm, SfaDestination::kSfa, sourceDir, sourceName, destDir, set,
                     chosenFormat, ctx);
 }
 
 std::string WriteSf3FromSfm(const std::string& sourceDir, const std::string& sourceName,
                             const std::string& destDir, AudioChannelSet& set,
                             std::optional<uint32_t> chosenFormat, ConversionContext& ctx) {
-    return WriteSfa(SourceKind::kSfm, DestKind::kSf3, sourceDir, sourceName, destDir, set,
+    return WriteSfa(SfaSource::kSfm, SfaDestination::kSf3, sourceDir, sourceName, destDir, set,
                     chosenFormat, ctx);
 }
 
 std::string WriteSfaFromSf1(const std::string& sourceDir, const std::string& sourceName,
                             const std::string& destDir, AudioChannelSet& set,
                             std::optional<uint32_t> chosenFormat, ConversionContext& ctx) {
-    return WriteSfa(SourceKind::kSf1, DestKind::kSfa, sourceDir, sourceName, destDir, set,
+    return WriteSfa(SfaSource::kSf1, SfaDestination::kSfa, sourceDir, sourceName, destDir, set,
                     chosenFormat, ctx);
 }
 
 std::string WriteSf3FromSf1(const std::string& sourceDir, const std::string& sourceName,
                             const std::string& destDir, AudioChannelSet& set,
                             std::optional<uint32_t> chosenFormat, ConversionContext& ctx) {
-    return WriteSfa(SourceKind::kSf1, DestKind::kSf3, sourceDir, sourceName, destDir, set,
+    return WriteSfa(SfaSource::kSf1, SfaDestination::kSf3, sourceDir, sourceName, destDir, set,
                     chosenFormat, ctx);
 }
 

@@ -20,9 +20,11 @@
 #include <span>
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include "audio/audio_channel_set.h"
 #include "fmfiles/conversion_context.h"
+#include "fmfiles/register_file.h"
 
 namespace fmconv {
 
@@ -55,6 +57,13 @@ void PutFrameNameField(uint8_t* field12, std::string_view name);
 int BuildSfaFrame(std::span<const uint8_t> source, std::span<uint8_t> dest, std::string_view name,
                   AudioChannelSet& set, const ConversionContext& ctx);
 
+// BuildSfaFrame in two steps: the frame of `code` without its audio (the
+// header, the raster's blanking and the picture; 0, or -1 after the trace),
+// and then the run's next frame of audio and the checksum.
+int BuildSfaRaster(std::span<const uint8_t> source, std::span<uint8_t> dest, std::string_view name,
+                   uint32_t code, const TraceSink& trace);
+void FinishSfaFrame(std::span<uint8_t> dest, AudioChannelSet& set, uint32_t code);
+
 // Byte k (0..3) at `at36` becomes the low byte of the sum of every fourth byte
 // from offset 48 + k, over the payloadSize + 16 bytes from offset 48 on.
 void SfaChecksum(uint8_t* at36, std::size_t payloadSize);
@@ -72,6 +81,31 @@ std::string SfaNameFromInnerName(std::string_view innerName);
 std::string Sf3NameFromSfaName(std::string_view sfaName);
 // The SF3 name of an SF1 source: its name up to its last "." and ".SF3".
 std::string Sf3NameFromSf1Name(std::string_view sf1Name);
+
+// An SFA writer in two steps. Preparing reads the source and builds the
+// frame without its audio, touching no output: a run prepares files ahead
+// on worker threads. Committing makes the destination, adds the audio in the
+// run's order and writes, with the writer's result; it rebuilds the frame
+// when the chosen format is not the one it was prepared for.
+enum class SfaSource { kSfm, kSf1 };
+enum class SfaDestination { kSfa, kSf3 };
+struct PreparedSfa {
+    SfaSource from = SfaSource::kSfm;
+    SfaDestination to = SfaDestination::kSfa;
+    std::string sourceName;
+    bool sourceRead = false;  // the source could be opened
+    std::string sfaName, sf3Name;
+    RegisterTrailer sourceTrailer{};
+    uint32_t code = 0;    // the signal format the frame was built for
+    bool built = false;   // the frame was built
+    std::vector<uint8_t> source, sourceHeader;
+    std::vector<uint8_t> frame;  // header and payload; reused from file to file
+    std::vector<std::string> traces;
+};
+void PrepareSfa(SfaSource from, SfaDestination to, const std::string& sourceDir,
+                const std::string& sourceName, uint32_t code, PreparedSfa& out);
+std::string CommitSfa(PreparedSfa& prepared, const std::string& destDir, AudioChannelSet& set,
+                      std::optional<uint32_t> chosenFormat, ConversionContext& ctx);
 
 // The four SFA writers. Each reads the source (directory + name), builds one
 // SFA frame of the chosen signal format with the next frame of the set's

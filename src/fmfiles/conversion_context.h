@@ -6,6 +6,7 @@
 
 #include <cstdint>
 #include <string>
+#include <vector>
 
 #include "base/trace.h"
 #include "platform/free_space.h"
@@ -23,6 +24,11 @@ struct ConversionContext {
     // Set from SFA header byte 48 (0x80, 0x81, 0x8F) as the readers pass;
     // nothing reads it, it is kept for what a later reader may want.
     bool embeddedAudioFlag = false;
+    // Buffers the converters reuse from file to file, so that a run does not
+    // allocate (and fault in) megabytes anew for every frame.
+    struct Buffers {
+        std::vector<uint8_t> source, frame;
+    } buffers;
 };
 
 }  // namespace fmconv

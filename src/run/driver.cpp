@@ -3,31 +3,38 @@
 // pair, takes the start numbers, reads or collects the audio, converts the
 // selected files one after another and ends with "Convert finished
 // successfully", or stops at the first failure with its box.
+//
+// Files whose conversion is mostly work on their own bytes (pictures, and
+// the SFA frames made from SFM and SF1 frames) are prepared ahead on worker
+// threads and committed here in list order; whatever a user sees stays one
+// file after another.
 #include "run/driver.h"
 
+#include <algorithm>
 #include <cstdio>
 #include <memory>
 #include <new>
 #include <optional>
 #include <string>
+#include <thread>
 #include <vector>
 
-#include "app/main_dlg.h"
-#include "app/resources.h"
 #include "audio/audio_channel_set.h"
+#include "audio/extracting_conversions.h"
 #include "audio/sfa_file.h"
 #include "audio/signal_format.h"
 #include "audio/wav.h"
 #include "base/text.h"
-#include "platform/folder_lock.h"
-#include "platform/output_files.h"
 #include "fmfiles/containers.h"
-#include "audio/extracting_conversions.h"
 #include "image/picture_convert.h"
 #include "names/disk_space.h"
-#include "run/messages.h"
 #include "names/naming.h"
+#include "platform/folder_lock.h"
+#include "platform/output_files.h"
+#include "platform/thread_priority.h"
+#include "run/messages.h"
 #include "run/numbering.h"
+#include "run/pipeline.h"
 
 namespace fmconv {
 
@@ -36,41 +43,45 @@ namespace {
 enum class Source { kSfm, kImage, kSf1, kSfa, kSf3 };
 enum class Dest { kSfm, kSf1, kSfa, kSf3 };
 
-int DestRadio(Dest d) {
+RunControl DestRadio(Dest d) {
     switch (d) {
         case Dest::kSfm:
-            return kIdDestSfm;
+            return RunControl::kDestSfm;
         case Dest::kSf1:
-            return kIdDestSf1;
+            return RunControl::kDestSf1;
         case Dest::kSfa:
-            return kIdDestSfa;
+            return RunControl::kDestSfa;
         case Dest::kSf3:
-            return kIdDestSf3;
+            return RunControl::kDestSf3;
     }
-    return kIdDestSfm;
+    return RunControl::kDestSfm;
 }
 
 // The "SFA Format / Audio Source" radios and their signal-format codes.
-constexpr std::pair<int, uint32_t> kSfaCodes[] = {
-    {kIdSfa1080i5994, kSignal1080i5994}, {kIdSfa1080i50, kSignal1080i50},
-    {kIdSfa1080PsF24, kSignal1080PsF24}, {kIdSfa720p5994, kSignal720p5994},
-    {kIdSfa720p50, kSignal720p50},       {kIdSfa576i50, kSignal576i50},
-    {kIdSfa480i5994, kSignal480i5994},
+constexpr std::pair<RunControl, uint32_t> kSfaCodes[] = {
+    {RunControl::kSfa1080i5994, kSignal1080i5994}, {RunControl::kSfa1080i50, kSignal1080i50},
+    {RunControl::kSfa1080PsF24, kSignal1080PsF24}, {RunControl::kSfa720p5994, kSignal720p5994},
+    {RunControl::kSfa720p50, kSignal720p50},       {RunControl::kSfa576i50, kSignal576i50},
+    {RunControl::kSfa480i5994, kSignal480i5994},
 };
 
 // The picture format radios of both groups, in id order, and the
 // FrameFormat each selects.
-constexpr std::pair<int, int> kFrameFormats[] = {
-    {kIdSfm1080, kFrameFormat1080},      {kIdSfm720p, kFrameFormat720p},
-    {kIdSfm576i, kFrameFormat576i},      {kIdSfm480i, kFrameFormat480i},
-    {kIdSfa1080i5994, kFrameFormat1080}, {kIdSfa1080i50, kFrameFormat1080},
-    {kIdSfa1080PsF24, kFrameFormat1080}, {kIdSfa720p5994, kFrameFormat720p},
-    {kIdSfa720p50, kFrameFormat720p},    {kIdSfa576i50, kFrameFormat576i},
-    {kIdSfa480i5994, kFrameFormat480i},
+constexpr std::pair<RunControl, int> kSfmFrameFormats[] = {
+    {RunControl::kSfm1080, kFrameFormat1080},
+    {RunControl::kSfm720p, kFrameFormat720p},
+    {RunControl::kSfm576i, kFrameFormat576i},
+    {RunControl::kSfm480i, kFrameFormat480i},
+};
+constexpr std::pair<RunControl, int> kSfaFrameFormats[] = {
+    {RunControl::kSfa1080i5994, kFrameFormat1080}, {RunControl::kSfa1080i50, kFrameFormat1080},
+    {RunControl::kSfa1080PsF24, kFrameFormat1080}, {RunControl::kSfa720p5994, kFrameFormat720p},
+    {RunControl::kSfa720p50, kFrameFormat720p},    {RunControl::kSfa576i50, kFrameFormat576i},
+    {RunControl::kSfa480i5994, kFrameFormat480i},
 };
 
-// Channel fields in channel order 1 to 16.
 constexpr int kWavSlots = 16;
+constexpr std::size_t kPathLimit = 259;  // the 260-character slots keep 259 and a terminator
 
 // The most audio samples a frame can carry (48 000 / 23, the slowest audio
 // timing, rounded up with room for the samples a frame's first lines take
@@ -78,6 +89,9 @@ constexpr int kWavSlots = 16;
 // the run can embed.
 constexpr uint64_t kSamplesPerFrameBound = 2100;
 constexpr uint64_t kSampleMargin = 1024;
+
+// The memory the files prepared ahead may take in all.
+constexpr std::size_t kPreparedBudget = 48u << 20;
 
 // A converter's call, with memory that cannot be had turned into that
 // converter's failure (the run then stops with its message) instead of the
@@ -90,11 +104,25 @@ auto Guarded(Convert convert, Failure failure) -> decltype(convert()) {
         return failure;
     }
 }
-constexpr std::size_t kPathLimit = 259;  // the 260-character slots keep 259 and a terminator
+
+// A picture prepared ahead: the list text it was prepared for and its frames.
+struct PictureJob {
+    std::string item;
+    std::optional<PictureKind> kind;  // none: an extension no converter takes
+    bool outOfMemory = false;
+    PreparedPicture picture;
+};
+
+// An SFA frame prepared ahead from an SFM or SF1 frame.
+struct SfaJob {
+    std::string name;
+    bool outOfMemory = false;
+    PreparedSfa sfa;
+};
 
 class Run final : public ErrorReporter {
   public:
-    explicit Run(CMainDlg& window) : w_(window), s_(window.Surface()), ctx_(window.RunContext()) {}
+    explicit Run(RunWindow& window) : w_(window), ctx_(window.Context()) {}
 
     int Execute();
 
@@ -103,9 +131,9 @@ class Run final : public ErrorReporter {
 
   private:
     // --- the window ---
-    bool Checked(int id) const { return s_.Checked(id); }
+    bool Checked(RunControl control) const { return w_.IsChecked(control); }
     void Box(const std::string& text) {
-        w_.Host().ShowMessageBox({kCaptionError, text, platform::BoxIcon::kStop});
+        w_.ShowBox({kCaptionError, text, platform::BoxIcon::kStop});
     }
     // Ends the run early: the reset, and the worker's exit code.
     int Stop() {
@@ -118,22 +146,21 @@ class Run final : public ErrorReporter {
     }
     std::vector<std::string> SelectedItems() const {
         std::vector<std::string> items;
-        for (int index : s_.ListSelection(kIdSourceList, kMaxSelectedItems)) {
-            items.push_back(s_.ListText(kIdSourceList, index));
+        for (int index : w_.SelectedSourceItems(kMaxSelectedItems)) {
+            items.push_back(w_.SourceItem(index));
         }
         return items;
     }
     std::string ItemAt(int k) const {
-        return s_.ListText(kIdSourceList, selection_[static_cast<std::size_t>(k)]);
+        return w_.SourceItem(selection_[static_cast<std::size_t>(k)]);
     }
-    void AddEntry(const std::string& entry) { s_.ListInsert(kIdDestList, -1, entry); }
     void FileDone(int k) {
-        s_.ProgressSetPos(kIdProgress, k + 1);
-        if (w_.Services().afterFile) w_.Services().afterFile(k + 1);
+        w_.SetProgress(k + 1);
+        w_.AfterFile(k + 1);
     }
     std::optional<uint32_t> ChosenSignalFormat() const {
-        for (auto [id, code] : kSfaCodes) {
-            if (Checked(id)) return code;
+        for (auto [control, code] : kSfaCodes) {
+            if (Checked(control)) return code;
         }
         return std::nullopt;
     }
@@ -154,12 +181,21 @@ class Run final : public ErrorReporter {
 
     template <typename Convert, typename Entry>
     int PerFileLoop(Convert convert, Entry entry, bool nameBeforeParen);
+    int SfaLoop(SfaSource from, SfaDestination to, bool nameBeforeParen);
     int RunBranch(Source source, Dest dest);
     int RunPictures(Dest dest);
     int RunRenumbering();
 
-    CMainDlg& w_;
-    platform::ControlSurface& s_;
+    // How many files are prepared ahead, and on how many threads, for files
+    // of about `bytes` each.
+    static int Slots(std::size_t bytes) {
+        return static_cast<int>(
+            std::clamp<std::size_t>(kPreparedBudget / std::max<std::size_t>(bytes, 1), 2,
+                                    static_cast<std::size_t>(Workers()) + 2));
+    }
+    static int Workers() { return static_cast<int>(std::max(1u, std::thread::hardware_concurrency())); }
+
+    RunWindow& w_;
     ConversionContext& ctx_;
     std::string sourceDir_, destDir_;
     std::vector<std::string> wavList_;
@@ -226,26 +262,66 @@ int Run::PerFileLoop(Convert convert, Entry entry, bool nameBeforeParen) {
         const auto result = Guarded([&] { return convert(k, item, name); },
                                     decltype(convert(k, item, name)){});
         if (!Accept(result, JoinPath(sourceDir_, name))) return -1;
-        AddEntry(entry(result, item));
+        w_.AddEntry(entry(result, item));
+        FileDone(k);
+    }
+    return 0;
+}
+
+// The SFA writers over the selection: each frame read and built ahead, its
+// audio embedded and the file written here, in list order.
+int Run::SfaLoop(SfaSource from, SfaDestination to, bool nameBeforeParen) {
+    const uint32_t startCode = ChosenSignalFormat().value_or(ctx_.signalFormat);
+    const auto nameOf = [nameBeforeParen](const std::string& item) {
+        return std::string(nameBeforeParen ? SplitRegisterListItem(item).file : item);
+    };
+    const auto prepare = [&](const std::string& name, SfaJob& job) {
+        job.name = name;
+        job.outOfMemory = false;
+        try {
+            PrepareSfa(from, to, sourceDir_, name, ChosenSignalFormat().value_or(startCode),
+                       job.sfa);
+        } catch (const std::bad_alloc&) {
+            job.outOfMemory = true;
+        }
+    };
+    const std::size_t frameBytes = std::size_t{GetFrameByteSize(startCode, kFrameKindSfa)} +
+                                   GetFrameByteSize(startCode, kFrameKindSfm) + 64;
+    Pipeline<SfaJob> pipeline(
+        count_, std::min(Workers(), Slots(frameBytes) - 1), Slots(frameBytes),
+        [&](int k, SfaJob& job) { prepare(nameOf(ItemAt(k)), job); },
+        platform::LowerCurrentThreadPriority);
+    for (int k = 0; k < count_; ++k) {
+        if (w_.CancelRequested()) return Stop();
+        SfaJob& job = pipeline.Take(k);
+        const std::string name = nameOf(ItemAt(k));
+        if (job.name != name) prepare(name, job);  // the list changed under the run
+        const std::string result =
+            job.outOfMemory ? std::string()
+                            : Guarded([&] {
+                                  return CommitSfa(job.sfa, destDir_, set_, ChosenSignalFormat(),
+                                                   ctx_);
+                              },
+                                      std::string());
+        if (!Accept(result, JoinPath(sourceDir_, name))) return -1;
+        w_.AddEntry(result);
         FileDone(k);
     }
     return 0;
 }
 
 int Run::Execute() {
-    sourceDir_ = s_.Text(kIdSourcePath);
-    destDir_ = s_.Text(kIdDestPath);
-    for (const ChannelControls& ch : kChannels) {
-        std::string path = w_.ChannelPage(ch.page).Surface().Text(ch.edit);
+    sourceDir_ = w_.SourceFolder();
+    destDir_ = w_.DestinationFolder();
+    for (int channel = 1; channel <= kWavSlots; ++channel) {
+        std::string path = w_.ChannelPath(channel);
         if (!path.empty()) wavList_.push_back(path.substr(0, kPathLimit));
     }
     wavList_.resize(kWavSlots);
 
-    s_.SetVisible(kIdProgress, true);
-    s_.ProgressSetPos(kIdProgress, 0);
-    selection_ = s_.ListSelection(kIdSourceList, kMaxSelectedItems);
+    selection_ = w_.SelectedSourceItems(kMaxSelectedItems);
     count_ = static_cast<int>(selection_.size());
-    s_.ProgressSetRange(kIdProgress, 0, count_);
+    w_.StartProgress(count_);
     if (!HoldDestination()) return -1;
 
     // The first checked source radio decides; within it the destination
@@ -257,8 +333,9 @@ int Run::Execute() {
         {Source::kSfa, {Dest::kSf3, Dest::kSfm, Dest::kSf1}},
         {Source::kSf3, {Dest::kSfa, Dest::kSfm, Dest::kSf1}},
     };
-    static const int kSourceRadio[] = {kIdSourceSfm, kIdSourceImage, kIdSourceSf1, kIdSourceSfa,
-                                       kIdSourceSf3};
+    static const RunControl kSourceRadio[] = {RunControl::kSourceSfm, RunControl::kSourceImage,
+                                              RunControl::kSourceSf1, RunControl::kSourceSfa,
+                                              RunControl::kSourceSf3};
     for (const auto& [source, dests] : kMatrix) {
         if (!Checked(kSourceRadio[static_cast<int>(source)])) continue;
         for (Dest dest : dests) {
@@ -268,18 +345,18 @@ int Run::Execute() {
         }
         break;
     }
-    if (Checked(kIdSortSf1Sf3) && RunRenumbering() != 0) return -1;
+    if (Checked(RunControl::kSortSf1Sf3) && RunRenumbering() != 0) return -1;
     return Finish();
 }
 
 int Run::Finish() {
-    const int count = s_.ListCount(kIdDestList);
-    if (count != 0) {
-        s_.ListSelectString(kIdDestList, s_.ListText(kIdDestList, count - 1));
-        s_.SetText(kIdDestCount, Format(kFilesFormat, count));
-        w_.Host().ShowMessageBox({kCaptionFinish, kMsgConvertFinished, platform::BoxIcon::kNone});
+    const std::vector<std::string> entries = w_.Entries();
+    if (!entries.empty()) {
+        w_.SelectEntry(entries.back());
+        w_.ShowDestinationCount(static_cast<int>(entries.size()));
+        w_.ShowBox({kCaptionFinish, kMsgConvertFinished, platform::BoxIcon::kNone});
     } else {
-        s_.SetText(kIdDestCount, kNotFound);
+        w_.ShowDestinationCount(0);
     }
     w_.RestoreAfterRun();
     return 0;
@@ -304,22 +381,18 @@ int Run::RunBranch(Source source, Dest dest) {
         return true;
     };
     const auto plain = [](const auto& result, const std::string&) { return result; };
-    const auto audioWriter = [&](auto writer) {
-        return [this, writer](int, const std::string&, const std::string& name) {
-            return writer(sourceDir_, name, destDir_, set_, ChosenSignalFormat(), ctx_);
-        };
-    };
     const auto extractor = [&](auto convert) {
         return [this, convert](int, const std::string&, const std::string& name) {
             return convert(sourceDir_, name, destDir_, set_, ctx_);
         };
     };
     // The branches that read the WAV files: read, check, convert, release.
-    const auto withAudio = [&](auto numbersOk, bool storeFrameCount, auto loop) {
+    const auto withAudio = [&](auto numbersOk, bool storeFrameCount, SfaSource from,
+                               SfaDestination to, bool nameBeforeParen) {
         if (!ReadWav(static_cast<uint64_t>(count_))) return -1;
         if (!numbersOk()) return Stop();
         if (storeFrameCount) set_.frameCount = static_cast<uint16_t>(count_);
-        if (loop() != 0) return -1;
+        if (SfaLoop(from, to, nameBeforeParen) != 0) return -1;
         ReleaseAudio();
         return 0;
     };
@@ -343,14 +416,12 @@ int Run::RunBranch(Source source, Dest dest) {
     switch (source) {
         case Source::kSfm:
             if (dest == Dest::kSfa) {
-                return withAudio(
-                    [&] { return frameMemoryNumberOk(FrameFileKind::kSfa); }, true,
-                    [&] { return PerFileLoop(audioWriter(WriteSfaFromSfm), plain, false); });
+                return withAudio([&] { return frameMemoryNumberOk(FrameFileKind::kSfa); }, true,
+                                 SfaSource::kSfm, SfaDestination::kSfa, false);
             }
             if (dest == Dest::kSf3) {
-                return withAudio(
-                    [&] { return registerFileNumberOk(RegisterKind::kSf3); }, true,
-                    [&] { return PerFileLoop(audioWriter(WriteSf3FromSfm), plain, false); });
+                return withAudio([&] { return registerFileNumberOk(RegisterKind::kSf3); }, true,
+                                 SfaSource::kSfm, SfaDestination::kSf3, false);
             }
             {
                 const int32_t f = NextRegisterFileNumber(destDir_, RegisterKind::kSf1);
@@ -376,13 +447,11 @@ int Run::RunBranch(Source source, Dest dest) {
                     [](const ContainerResult& r, const std::string&) { return r.text; }, true);
             }
             if (dest == Dest::kSfa) {
-                return withAudio(
-                    [&] { return frameMemoryNumberOk(FrameFileKind::kSfa); }, false,
-                    [&] { return PerFileLoop(audioWriter(WriteSfaFromSf1), plain, true); });
+                return withAudio([&] { return frameMemoryNumberOk(FrameFileKind::kSfa); }, false,
+                                 SfaSource::kSf1, SfaDestination::kSfa, true);
             }
-            return withAudio(
-                [&] { return registerFileNumberOk(RegisterKind::kSf3); }, true,
-                [&] { return PerFileLoop(audioWriter(WriteSf3FromSf1), plain, true); });
+            return withAudio([&] { return registerFileNumberOk(RegisterKind::kSf3); }, true,
+                             SfaSource::kSf1, SfaDestination::kSf3, true);
         case Source::kSfa:
             if (dest == Dest::kSf3) {
                 const int32_t f = NextRegisterFileNumber(destDir_, RegisterKind::kSf3);
@@ -437,16 +506,30 @@ int Run::RunRenumbering() {
         [](const ContainerResult& r, const std::string&) { return r.text; }, false);
 }
 
+std::optional<PictureKind> PictureKindOf(const std::string& ext) {
+    if (ext == "bmp") return PictureKind::kBmp;
+    if (ext == "tif" || ext == "tiff") return PictureKind::kTiff;
+    if (ext == "tga") return PictureKind::kTga;
+    return std::nullopt;  // any other extension is not converted
+}
+
 int Run::RunPictures(Dest dest) {
-    // The picture format and the ceiling of the destination's format group.
+    // The picture format and the ceiling of the destination's format group,
+    // the radios tested in id order.
     const bool sfaGroup = dest == Dest::kSfa || dest == Dest::kSf3;
     int frameFormat = -1;
-    for (auto [id, format] : kFrameFormats) {
-        const bool inGroup = sfaGroup ? id >= kIdSfa1080i5994 : id <= kIdSfm480i;
-        if (inGroup && Checked(id)) {
-            frameFormat = format;
-            break;
+    const auto pick = [&](const auto& formats) {
+        for (auto [control, format] : formats) {
+            if (Checked(control)) {
+                frameFormat = format;
+                return;
+            }
         }
+    };
+    if (sfaGroup) {
+        pick(kSfaFrameFormats);
+    } else {
+        pick(kSfmFrameFormats);
     }
     const int32_t ceiling = RegisterCeiling(frameFormat);
 
@@ -468,34 +551,51 @@ int Run::RunPictures(Dest dest) {
         if (R < 0) return Stop();
     }
 
+    // Each picture is read and its frames built ahead, on worker threads;
+    // the names, the files and everything shown happen here, in order.
+    const auto prepare = [&](const std::string& item, PictureJob& job) {
+        job.item = item;
+        job.outOfMemory = false;
+        job.kind = PictureKindOf(ToLowerAscii(ExtensionOf(item)));
+        if (!job.kind) return;
+        try {
+            PreparePicture(*job.kind, JoinPath(sourceDir_, item), frameFormat, 0, 0,
+                           *job.kind != PictureKind::kBmp, job.picture);
+        } catch (const std::bad_alloc&) {
+            job.outOfMemory = true;
+        }
+    };
+    const FrameLayout* layout = GetFrameLayout(frameFormat);
+    const std::size_t jobBytes = layout ? 4 * std::size_t{layout->planeBytes} : 1;
+    Pipeline<PictureJob> pipeline(
+        count_, std::min(Workers(), Slots(jobBytes) - 1), Slots(jobBytes),
+        [&](int k, PictureJob& job) { prepare(ItemAt(k), job); },
+        platform::LowerCurrentThreadPriority);
+
     for (int k = 0; k < count_; ++k) {
         if (w_.CancelRequested()) return Stop();
+        PictureJob& job = pipeline.Take(k);
         const std::string item = ItemAt(k);
-        const bool temporary = Checked(kIdDestSf1) || Checked(kIdDestSfa) || Checked(kIdDestSf3);
+        if (job.item != item) prepare(item, job);  // the list changed under the run
+        const bool temporary =
+            Checked(RunControl::kDestSf1) || Checked(RunControl::kDestSfa) || Checked(RunControl::kDestSf3);
         const PictureNames names = MakePictureNames(item, R, temporary);
-        const std::string sourcePath = JoinPath(sourceDir_, item);
         const std::string fillPath = JoinPath(destDir_, names.mName);
         const std::string keyPath = JoinPath(destDir_, names.sName);
         const std::string& firstName = names.subPicture ? names.sName : names.mName;
 
-        const int result = Guarded(
-            [&] {
-                if (names.ext == "bmp") {
-                    return ConvertBmpPicture(sourcePath, names.subPicture ? keyPath : fillPath,
-                                             std::nullopt, frameFormat, 0, 0, ctx_.trace,
-                                             *ctx_.files);
-                }
-                if (names.ext == "tif" || names.ext == "tiff") {
-                    return ConvertTiffPicture(sourcePath, fillPath, keyPath, frameFormat, 0, 0,
-                                              ctx_.trace, *ctx_.files);
-                }
-                if (names.ext == "tga") {
-                    return ConvertTgaPicture(sourcePath, fillPath, keyPath, frameFormat, 0, 0,
-                                             ctx_.trace, *ctx_.files);
-                }
-                return 0;
-            },
-            0);
+        int result = 0;
+        if (job.kind && !job.outOfMemory) {
+            const bool bmp = *job.kind == PictureKind::kBmp;
+            result = Guarded(
+                [&] {
+                    return CommitPicture(job.picture, *job.kind, frameFormat,
+                                         bmp && names.subPicture ? keyPath : fillPath,
+                                         bmp ? std::nullopt : std::optional(keyPath), *ctx_.files,
+                                         ctx_.trace);
+                },
+                0);
+        }
         if (result <= 0) {
             switch (result) {
                 case 0:
@@ -520,7 +620,7 @@ int Run::RunPictures(Dest dest) {
         // The wrapper of each frame written, by the destination as it is now.
         for (const std::string& name : written) {
             const std::string failed = JoinPath(destDir_, name);
-            if (Checked(kIdDestSf1)) {
+            if (Checked(RunControl::kDestSf1)) {
                 const ContainerResult r = Guarded(
                     [&] {
                         return PackRegisterFile(destDir_, name, destDir_, F++, RegisterKind::kSf1,
@@ -529,29 +629,29 @@ int Run::RunPictures(Dest dest) {
                     ContainerResult{});
                 if (!Accept(r, failed)) return -1;
                 std::remove(failed.c_str());
-                AddEntry(r.text + "(" + std::string(StripTempSuffix(name)) + ")");
-            } else if (Checked(kIdDestSfa) || Checked(kIdDestSf3)) {
-                const auto writer = Checked(kIdDestSfa) ? WriteSfaFromSfm : WriteSf3FromSfm;
+                w_.AddEntry(r.text + "(" + std::string(StripTempSuffix(name)) + ")");
+            } else if (Checked(RunControl::kDestSfa) || Checked(RunControl::kDestSf3)) {
+                const auto writer = Checked(RunControl::kDestSfa) ? WriteSfaFromSfm : WriteSf3FromSfm;
                 const std::string r = Guarded(
                     [&] { return writer(destDir_, name, destDir_, set_, ChosenSignalFormat(), ctx_); },
                     std::string());
                 if (!Accept(r, failed)) return -1;
                 std::remove(failed.c_str());
-                AddEntry(r);
+                w_.AddEntry(r);
             } else {
-                AddEntry(name);
+                w_.AddEntry(name);
             }
         }
         FileDone(k);
         R += twoFiles ? 2 : 1;
     }
-    if (Checked(kIdDestSfa) || Checked(kIdDestSf3)) ReleaseAudio();
+    if (Checked(RunControl::kDestSfa) || Checked(RunControl::kDestSf3)) ReleaseAudio();
     return 0;
 }
 
 }  // namespace
 
-int ConvertThreadProc(CMainDlg& window) {
+int ConvertThreadProc(RunWindow& window) {
     Run run(window);
     return run.Execute();
 }

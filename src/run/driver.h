@@ -1,12 +1,12 @@
 // The conversion run that Exec starts.
 #pragma once
 
-namespace fmconv {
+#include "run/run_window.h"
 
-class CMainDlg;
+namespace fmconv {
 
 // The worker: converts the window's selection and returns 0 when the run
 // reached its end, -1 when it stopped early.
-int ConvertThreadProc(CMainDlg& window);
+int ConvertThreadProc(RunWindow& window);
 
 }  // namespace fmconv
