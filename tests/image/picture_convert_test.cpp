@@ -10,30 +10,6 @@ namespace {
 
 using namespace testing;
 
-// Every constant against the formula it stands for, on every colour, halves rounded
-// up: Y' = Kr R + Kg G + Kb B (scaled by s), Y = 64 + round(Y' 876/255), Cb = 512 +
-// round((B - Y') 896 / (510 (1 - Kb))), Cr likewise, K = 64 + round(A 876/255).
-TEST(ColourMatrix, IntegerFormsAreTheRoundedRealFormulas) {
-    const auto round = [](int64_t num, int64_t den) { return (2 * num + den) / (2 * den); };
-    const struct {
-        ColourMatrix matrix;
-        int64_t kr, kg, kb, s;
-    } matrices[] = {{ColourMatrix::kBt709, 2126, 7152, 722, 10000},
-                    {ColourMatrix::kBt601, 299, 587, 114, 1000}};
-    for (const auto& [matrix, kr, kg, kb, s] : matrices) {
-        for (int64_t i = 0; i < (1 << 24); ++i) {
-            const Pixel p{static_cast<uint8_t>(i >> 16), static_cast<uint8_t>(i >> 8),
-                          static_cast<uint8_t>(i)};
-            const int64_t r = p.r, g = p.g, b = p.b, y = kr * r + kg * g + kb * b;
-            const YCbCr v = ToYCbCr(matrix, p);
-            ASSERT_EQ(v.y, round(876 * y + 64 * 255 * s, 255 * s)) << i;
-            ASSERT_EQ(v.cb, round(896 * (s * b - y) + 512 * 510 * (s - kb), 510 * (s - kb))) << i;
-            ASSERT_EQ(v.cr, round(896 * (s * r - y) + 512 * 510 * (s - kr), 510 * (s - kr))) << i;
-            ASSERT_EQ(ToKeyLuma(matrix, p.b), round(876 * b + 64 * 255, 255)) << i;
-        }
-    }
-}
-
 using Converter = decltype(&ConvertTgaPicture);
 
 struct Inputs {

@@ -3,6 +3,7 @@
 // or Cancel at a known point.
 #include "app/window_fixture.h"
 #include "audio/audio_test_files.h"
+#include "base/text.h"
 #include "fmfiles/register_file.h"
 #include "image/picture_files.h"
 #include "support/full_disk_files.h"
@@ -145,27 +146,94 @@ TEST_F(DriverTest, WithNothingSelectedTheWavFilesAreStillReadAndNoBoxEndsTheRun)
     EXPECT_EQ(BoxTexts(), (std::vector<std::string>{"Error: Error reading .WAV file."}));
 }
 
-TEST_F(DriverTest, CancelAfterTheFirstFileStopsWithoutAMessage) {
-    for (const char* name : {"A.tga", "B.tga", "C.tga"}) Picture(name, 24);
-    Open({"Image File", "SFM", "1080i/1080PsF", "1080i/59.94"});
-    MainDlgServices services = dlg->Services();
-    CMainDlg* window = nullptr;
-    services.afterFile = [&window](int done) {
-        if (done == 1) window->Click(kIdExec);  // Cancel
+// Files are prepared ahead of the one being written, yet a run shows them
+// one after another: Cancel after file k leaves exactly k files, a failing
+// file stops the run before any later file reaches the disk, and the
+// pictures' trace lines come out in list order.
+TEST_F(DriverTest, FilesPreparedAheadAreCommittedOneAfterAnother) {
+    struct Case {
+        const char* what;
+        std::vector<std::string> settings;
+        int cancelAfter;  // 0: no Cancel
+        int broken;       // the index of a picture that is not a TGA the reader takes, or -1
+        std::vector<std::string> entries;
+    } cases[] = {
+        {"Cancel after the first", {"Image File", "SFM", "576i/50", "x"}, 1, -1, {"MP0.FMEM_001.SFM"}},
+        {"Cancel after the third",
+         {"Image File", "SFM", "576i/50", "x"},
+         3,
+         -1,
+         {"MP0.FMEM_001.SFM", "MP1.FMEM_002.SFM", "MP2.FMEM_003.SFM"}},
+        {"a broken middle picture",
+         {"Image File", "SFM", "576i/50", "x"},
+         0,
+         2,
+         {"MP0.FMEM_001.SFM", "MP1.FMEM_002.SFM"}},
+        {"Cancel after the second SFA frame",
+         {"SFM", "SFA", "x", "576i/50"},
+         2,
+         -1,
+         {"MP0.FMEM_001.SFA", "MP1.FMEM_002.SFA"}},
     };
-    dlg = std::make_unique<CMainDlg>(services);
-    window = dlg.get();
-    dlg->OnInitDialog();
-    PickSource(src);
-    PickDest(dst);
-    S().SetText(kIdDestCount, "old");
-    EXPECT_EQ(Exec(), -1);
-    EXPECT_EQ(Items(kIdDestList), (std::vector<std::string>{"MA.FMEM_001.SFM"}));
-    EXPECT_TRUE(host.Boxes().empty());
-    EXPECT_EQ(Text(kIdDestCount), "old");
-    EXPECT_EQ(Text(kIdExec), "Exec");
-    EXPECT_TRUE(Enabled(kIdExec));
-    EXPECT_FALSE(FileExists(dst + "/MB.FMEM_002.SFM"));
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.what);
+        TempDir fresh;
+        src = fresh.MakeDir("src");
+        dst = fresh.MakeDir("dst");
+        const bool frames = c.settings[0] == "SFM";
+        for (int i = 0; i < 6; ++i) {
+            TgaOptions o;
+            o.depth = 24;
+            o.idLength = static_cast<uint8_t>(i);  // traced as "fseek RGB = 18 + i"
+            std::vector<uint8_t> tga = TgaFile(Numbered(8, 4), o);
+            if (i == c.broken) tga[16] = 16;  // a depth the reader refuses
+            const std::string name = "P" + std::to_string(i);
+            if (frames) {
+                WriteBytes(src + "/M" + name + Format(".FMEM_%03d.SFM", i + 1),
+                           MakeVariedSfm(*GetFrameLayout(kFrameFormat576i), "M" + name, 1));
+            } else {
+                WriteBytes(src + "/" + name + ".tga", tga);
+            }
+        }
+        Open(c.settings);
+        MainDlgServices services = dlg->Services();
+        CMainDlg* window = nullptr;
+        std::vector<std::string> traces;
+        services.trace = [&traces](std::string_view line) { traces.emplace_back(line); };
+        services.afterFile = [&window, &c](int done) {
+            if (done == c.cancelAfter) window->Click(kIdExec);  // Cancel
+        };
+        dlg = std::make_unique<CMainDlg>(services);
+        window = dlg.get();
+        dlg->OnInitDialog();
+        PickSource(src);
+        PickDest(dst);
+        S().SetText(kIdDestCount, "old");
+        const std::size_t boxesBefore = host.Boxes().size();
+        EXPECT_EQ(Exec(), -1);
+        EXPECT_EQ(Items(kIdDestList), c.entries);
+        std::vector<std::string> onDisk;
+        for (const auto& entry : std::filesystem::directory_iterator(dst)) {
+            onDisk.push_back(entry.path().filename().string());
+        }
+        std::sort(onDisk.begin(), onDisk.end());
+        EXPECT_EQ(onDisk, c.entries);
+        if (c.broken < 0) {
+            EXPECT_EQ(host.Boxes().size(), boxesBefore);  // Cancel shows nothing
+        } else {
+            EXPECT_EQ(host.Boxes().back().text, "Source file format error [P2.tga]");
+        }
+        if (!frames) {
+            std::vector<std::string> expected;
+            for (std::size_t i = 0; i < c.entries.size(); ++i) {
+                expected.push_back(Format("fseek RGB = %zu\n", 18 + i));
+            }
+            EXPECT_EQ(traces, expected);
+        }
+        EXPECT_EQ(Text(kIdDestCount), "old");
+        EXPECT_EQ(Text(kIdExec), "Exec");
+        EXPECT_TRUE(Enabled(kIdExec));
+    }
 }
 
 // A disk that fills up in the middle of a run: the file in hand fails with
