@@ -54,8 +54,10 @@ fi
 channels=()
 for ch in $(seq 1 16); do channels+=(--ch "$ch=wav/ch$ch.wav"); done
 
-# One timed command: prints "seconds peak_kib".
+# One timed command: prints "seconds peak_kib". Every command starts with
+# the page cache written back, so that no one pays for another's writes.
 measure() {
+  sync
   /usr/bin/time -f "%e %M" -o time.txt "$@" >/dev/null 2>&1 || { echo "failed: $*" >&2; exit 1; }
   cat time.txt
 }
@@ -70,7 +72,7 @@ record() {  # name, then the command
   peaks[$name]=$(( ${peaks[$name]:-0} > ${result#* } ? ${peaks[$name]:-0} : ${result#* } ))
 }
 
-tga_out_bytes=$((60 * 5188864))
+tga_out_mib=$(((60 * 5188864 + 1048575) / 1048576))  # fill and key of 30 pictures
 for round in $(seq 1 $rounds); do
   fresh out; record fmconv_bmp "$fmconv" convert --quiet --from image --to sfm bmp out
   rm -f out.yuv; record ffmpeg_bmp ffmpeg -loglevel error -y -i bmp/p%03d.bmp \
@@ -78,7 +80,8 @@ for round in $(seq 1 $rounds); do
   rm -f one.bin; record floor_bmp sh -c 'cat bmp/*.bmp > one.bin'
 
   fresh out; record fmconv_tga "$fmconv" convert --quiet --from image --to sfm tga out
-  rm -f one.bin; record floor_tga sh -c "cat tga/*.tga > /dev/null && head -c $tga_out_bytes /dev/zero > one.bin"
+  rm -f one.bin; record floor_tga sh -c \
+    "cat tga/*.tga > /dev/null && dd if=/dev/zero of=one.bin bs=1M count=$tga_out_mib status=none"
 
   fresh sfa; record fmconv_sfa "$fmconv" convert --quiet --from sfm --to sfa \
     --sfa-format 1080i/59.94 "${channels[@]}" sfm sfa

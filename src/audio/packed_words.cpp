@@ -48,7 +48,28 @@ uint32_t ReadBits(std::span<const uint8_t> src, uint64_t bitPos, unsigned count)
 }  // namespace
 
 std::size_t PackWords(std::span<uint8_t> dest, uint64_t bitPos, std::span<const uint16_t> words) {
-    for (std::size_t i = 0; i < words.size(); ++i) WriteBits(dest, bitPos + 10 * i, words[i], 10);
+    // The bits gather in an accumulator, seeded with the bits of the first
+    // byte that come before bitPos, and leave it a byte at a time; the last
+    // partial byte keeps its other bits.
+    uint64_t index = bitPos / 8;
+    const unsigned shift = static_cast<unsigned>(bitPos % 8);
+    uint64_t acc = shift == 0 ? 0 : ByteAt(dest, index) >> (8 - shift);
+    unsigned bits = shift;
+    for (const uint16_t word : words) {
+        acc = acc << 10 | (word & 0x3FFu);
+        bits += 10;
+        while (bits >= 8) {
+            bits -= 8;
+            if (index < dest.size()) dest[static_cast<std::size_t>(index)] = static_cast<uint8_t>(acc >> bits);
+            ++index;
+        }
+        acc &= (uint64_t{1} << bits) - 1;
+    }
+    if (bits > 0 && index < dest.size()) {
+        uint8_t& last = dest[static_cast<std::size_t>(index)];
+        const unsigned keep = 8 - bits;
+        last = static_cast<uint8_t>(acc << keep | (last & ((1u << keep) - 1)));
+    }
     const uint64_t first = bitPos / 8;
     const uint64_t end = std::min<uint64_t>((bitPos + 10 * words.size() + 7) / 8, dest.size());
     return end > first ? static_cast<std::size_t>(end - first) : 0;
@@ -125,11 +146,14 @@ void FillWordPattern(std::span<uint8_t> dest, std::size_t offset, std::size_t by
     for (int g = 0; g < 8; ++g) {
         for (int b = 0; b < 5; ++b) tile[5 * g + b] = static_cast<uint8_t>(group >> (32 - 8 * b));
     }
+    // The pattern is laid once, then copied on from what is already laid,
+    // doubling each time (its period, five bytes, divides every length).
     uint8_t* out = dest.data() + offset;
-    std::size_t done = 0;
+    std::size_t done = std::min(sizeof tile, byteCount);
+    std::memcpy(out, tile, done);
     while (done < byteCount) {
-        const std::size_t n = std::min(sizeof tile, byteCount - done);
-        std::memcpy(out + done, tile, n);
+        const std::size_t n = std::min(done, byteCount - done);
+        std::memcpy(out + done, out, n);
         done += n;
     }
 }

@@ -3,6 +3,10 @@
 #include <cassert>
 #include <cstring>
 
+#if defined(__x86_64__)
+#include <immintrin.h>
+#endif
+
 #include "base/bytes.h"
 #include "platform/output_files.h"
 #include "fmfiles/ten_bit.h"
@@ -58,7 +62,30 @@ bool BuildSfmHeader(std::string_view path, SfmHeader& header, uint32_t lengthFro
     return true;
 }
 
+#if defined(__x86_64__)
+namespace {
+// Thirty-two bytes at a time; then as below.
+__attribute__((target("avx2"))) uint32_t ChecksumAvx2(const uint8_t* from48, std::size_t size) {
+    __m256i acc = _mm256_setzero_si256();
+    std::size_t i = 0;
+    for (; i + 32 <= size; i += 32) {
+        acc = _mm256_xor_si256(acc, _mm256_loadu_si256(reinterpret_cast<const __m256i*>(from48 + i)));
+    }
+    alignas(32) uint8_t lanes[32];
+    _mm256_store_si256(reinterpret_cast<__m256i*>(lanes), acc);
+    uint8_t word[4] = {};
+    for (int k = 0; k < 32; ++k) word[k % 4] ^= lanes[k];
+    for (; i < size; ++i) word[i % 4] ^= from48[i];
+    return ReadBe32(word);
+}
+}  // namespace
+#endif
+
 uint32_t ComputeSfmChecksum(const uint8_t* from48, std::size_t size) {
+#if defined(__x86_64__)
+    static const bool avx2 = __builtin_cpu_supports("avx2");
+    if (avx2) return ChecksumAvx2(from48, size);
+#endif
     // XOR is lane-wise, so eight bytes at a time in host order keep every
     // byte in its lane (position mod 4); the lanes are then folded and read
     // back in file order.

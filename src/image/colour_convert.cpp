@@ -226,9 +226,48 @@ bool HasAvx2() {
     return has;
 }
 
+// Sixteen pixels a round: each 128-bit half takes four pixels' bytes and
+// shuffles them into R, G, B, A order (A zero for 3-byte pixels). The loads
+// reach up to 32 bytes past the pixels read, which the caller provides.
+__attribute__((target("avx2"))) void UnpackBgrAvx2(const uint8_t* bytes, unsigned bytesPerPixel,
+                                                   Pixel* pixels, std::size_t count) {
+    const __m256i order3 = _mm256_setr_epi8(2, 1, 0, -1, 5, 4, 3, -1, 8, 7, 6, -1, 11, 10, 9, -1,  //
+                                            2, 1, 0, -1, 5, 4, 3, -1, 8, 7, 6, -1, 11, 10, 9, -1);
+    const __m256i order4 = _mm256_setr_epi8(2, 1, 0, 3, 6, 5, 4, 7, 10, 9, 8, 11, 14, 13, 12, 15,  //
+                                            2, 1, 0, 3, 6, 5, 4, 7, 10, 9, 8, 11, 14, 13, 12, 15);
+    const __m256i order = bytesPerPixel == 4 ? order4 : order3;
+    const std::size_t step = 4 * bytesPerPixel;  // the bytes of four pixels
+    std::size_t i = 0;
+    for (; i + 8 <= count; i += 8) {
+        const uint8_t* in = bytes + i * bytesPerPixel;
+        const __m256i both = _mm256_setr_m128i(_mm_loadu_si128(reinterpret_cast<const __m128i*>(in)),
+                                               _mm_loadu_si128(reinterpret_cast<const __m128i*>(in + step)));
+        _mm256_storeu_si256(reinterpret_cast<__m256i*>(pixels + i), _mm256_shuffle_epi8(both, order));
+    }
+    for (; i < count; ++i) {
+        const uint8_t* in = bytes + i * bytesPerPixel;
+        pixels[i] = Pixel{in[2], in[1], in[0], bytesPerPixel == 4 ? in[3] : uint8_t{0}};
+    }
+}
+
 #endif
 
 }  // namespace
+
+void UnpackBgrPixels(const uint8_t* bytes, unsigned bytesPerPixel, Pixel* pixels,
+                     std::size_t count) {
+#ifdef FMCONV_X86
+    if (HasAvx2()) return UnpackBgrAvx2(bytes, bytesPerPixel, pixels, count);
+#endif
+    UnpackBgrPixelsPlain(bytes, bytesPerPixel, pixels, count);
+}
+
+void UnpackBgrPixelsPlain(const uint8_t* bytes, unsigned bytesPerPixel, Pixel* pixels,
+                          std::size_t count) {
+    for (std::size_t i = 0; i < count; ++i, bytes += bytesPerPixel) {
+        pixels[i] = Pixel{bytes[2], bytes[1], bytes[0], bytesPerPixel == 4 ? bytes[3] : uint8_t{0}};
+    }
+}
 
 void ConvertPixelPairsPlain(ColourMatrix matrix, const Pixel* pixels, std::size_t pairs,
                             uint16_t* y, uint16_t* c, uint16_t* keyY) {

@@ -32,19 +32,24 @@ inline uint8_t AsPixelByte(int value) {
     return static_cast<uint8_t>(value);
 }
 
-// Reads count pixels stored B, G, R (and A for 4 bytes a pixel) with one
-// block read. What lies beyond the end of the file reads as 0xFF, as the
-// single-byte reads of the readers' rule give there; a 3-byte pixel has
-// alpha 0.
+// Pixels stored B, G, R (3 bytes) or B, G, R, A (4 bytes) as Pixel values (a
+// 3-byte pixel has alpha 0); sixteen at a time where the processor has
+// AVX2.
+void UnpackBgrPixels(const uint8_t* bytes, unsigned bytesPerPixel, Pixel* pixels,
+                     std::size_t count);
+// The same a pixel at a time (the reference of the fast path, and its fallback).
+void UnpackBgrPixelsPlain(const uint8_t* bytes, unsigned bytesPerPixel, Pixel* pixels,
+                          std::size_t count);
+
+// Reads count such pixels with one block read. What lies beyond the end of
+// the file reads as 0xFF, as the single-byte reads of the readers' rule give
+// there.
 inline void ReadBgrPixels(ByteSource& source, unsigned bytesPerPixel, Pixel* pixels,
                           std::size_t count, std::vector<uint8_t>& buffer) {
-    buffer.resize(count * bytesPerPixel);
-    const std::size_t got = source.Read(buffer.data(), buffer.size());
+    buffer.resize(count * bytesPerPixel + 32);  // room for the last vector's loads
+    const std::size_t got = source.Read(buffer.data(), count * bytesPerPixel);
     std::fill(buffer.begin() + static_cast<std::ptrdiff_t>(got), buffer.end(), uint8_t{0xFF});
-    const uint8_t* in = buffer.data();
-    for (Pixel* p = pixels; p != pixels + count; ++p, in += bytesPerPixel) {
-        *p = Pixel{in[2], in[1], in[0], bytesPerPixel == 4 ? in[3] : uint8_t{0}};
-    }
+    UnpackBgrPixels(buffer.data(), bytesPerPixel, pixels, count);
 }
 
 class PictureReader {

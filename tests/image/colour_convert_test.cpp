@@ -60,7 +60,8 @@ TEST(ColourMatrix, IntegerFormsAreTheRoundedRealFormulasAndTheFastPathsEqualThem
 }
 
 // Rows of random pixels of every length: the fast converter's vector loop and
-// its tail agree with the plain one, and write nothing beyond the row.
+// its tail agree with the plain one and write nothing beyond the row; so does
+// the unpacking of stored pixel bytes.
 TEST(ColourMatrix, TheFastRowConverterEqualsThePlainOneOnRandomRows) {
     std::mt19937 random(11);
     for (int trial = 0; trial < 200; ++trial) {
@@ -80,6 +81,15 @@ TEST(ColourMatrix, TheFastRowConverterEqualsThePlainOneOnRandomRows) {
             for (auto& o : out[way]) EXPECT_EQ(o.back(), 0xDEAD);
         }
         for (int k = 0; k < 3; ++k) EXPECT_EQ(out[0][k], out[1][k]) << pairs;
+
+        // The file's pixel bytes read into pixels the same both ways.
+        const unsigned depth = trial % 3 ? 3 : 4;
+        std::vector<uint8_t> bytes(2 * pairs * depth + 32);
+        for (uint8_t& b : bytes) b = static_cast<uint8_t>(random());
+        std::vector<Pixel> fast(2 * pairs + 1), plain(2 * pairs + 1);
+        UnpackBgrPixels(bytes.data(), depth, fast.data(), 2 * pairs);
+        UnpackBgrPixelsPlain(bytes.data(), depth, plain.data(), 2 * pairs);
+        EXPECT_EQ(fast, plain);
     }
 }
 
