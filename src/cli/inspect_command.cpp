@@ -116,9 +116,8 @@ std::string TextBlock(const std::string& file, const FrameFile& f,
     row("format", f.format.value_or("unknown"));
     if (f.checksum) {
         row("checksum",
-            Format("stored %08x, computed %08x by the %s rule: %s", f.checksum->stored,
-                   f.checksum->computed,
-                   f.checksum->rule == ChecksumRule::kWordXor ? "word-XOR" : "byte-lane sum",
+            Format("stored %08x, computed %08x (%s): %s", f.checksum->stored, f.checksum->computed,
+                   f.checksum->rule == ChecksumRule::kWordXor ? "word XOR" : "byte-lane sum",
                    f.checksum->ok ? "ok" : "wrong"));
     }
     if (f.innerName) row("inner name", *f.innerName);

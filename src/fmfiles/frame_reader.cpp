@@ -233,7 +233,14 @@ const char* ChecksumRuleName(ChecksumRule rule) {
 
 uint32_t ComputeByteLaneSum(const uint8_t* from48, std::size_t size) {
     uint32_t lanes[4] = {};
-    for (std::size_t i = 0; i < size; ++i) lanes[i % 4] += from48[i];
+    std::size_t i = 0;
+    for (; i + 4 <= size; i += 4) {
+        lanes[0] += from48[i];
+        lanes[1] += from48[i + 1];
+        lanes[2] += from48[i + 2];
+        lanes[3] += from48[i + 3];
+    }
+    for (; i < size; ++i) lanes[i % 4] += from48[i];
     return (lanes[0] & 0xFF) << 24 | (lanes[1] & 0xFF) << 16 | (lanes[2] & 0xFF) << 8 |
            (lanes[3] & 0xFF);
 }
