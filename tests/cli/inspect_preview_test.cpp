@@ -110,10 +110,12 @@ TEST(Inspect, JsonLinesExitCodesAndUsage) {
 }
 
 TEST(Preview, FlatBlocksComeBackWithin2Codes) {
-    // Four blocks across the top half of the picture, four more below.
+    // A 128 x 64 picture of 32-pixel blocks, four across and two down, at the
+    // top left of a black frame.
     const Pixel colours[8] = {{255, 255, 255, 255}, {255, 255, 0, 255}, {0, 255, 255, 255},
                               {0, 0, 0, 255},       {255, 0, 0, 255},   {0, 0, 255, 255},
                               {200, 100, 50, 255},  {30, 60, 90, 255}};
+    const auto colour = [&colours](uint32_t x, uint32_t y) { return colours[x / 32 + y / 32 * 4]; };
     const struct {
         std::string sfmFormat, sfaFormat;  // through an SF3 of sfaFormat, when given
         uint32_t width, height;
@@ -125,14 +127,8 @@ TEST(Preview, FlatBlocksComeBackWithin2Codes) {
                  {"1080i/1080PsF", "1080i/50", 1920, 1080}};
     for (const auto& c : cases) {
         SCOPED_TRACE(c.sfmFormat + " " + c.sfaFormat);
-        const auto block = [&c](uint32_t x, uint32_t y) {
-            return x * 4 / c.width + y * 2 / c.height * 4;
-        };
         TempDir dir;
-        ConvertPicture(dir,
-                       MakePicture(c.width, c.height,
-                                   [&](uint32_t x, uint32_t y) { return colours[block(x, y)]; }),
-                       24, c.sfmFormat);
+        ConvertPicture(dir, MakePicture(128, 64, colour), 24, c.sfmFormat);
         std::string frame = "sfm/MPIC.FMEM_001.SFM";
         if (!c.sfaFormat.empty()) {
             dir.MakeDir("sf3");
@@ -145,13 +141,13 @@ TEST(Preview, FlatBlocksComeBackWithin2Codes) {
         const Png png = ReadPng(dir.File("out.png"));
         ASSERT_EQ(png.width, c.width);
         ASSERT_EQ(png.height, c.height);
-        for (uint32_t x = c.width / 8; x < c.width; x += c.width / 4) {
-            // Two lines at the middle of each block, one of each field.
-            for (uint32_t y :
-                 {c.height / 4, c.height / 4 + 1, c.height * 3 / 4, c.height * 3 / 4 + 1}) {
-                const Pixel p = colours[block(x, y)];
+        // The middle of each block on two lines, one of each field; black below.
+        for (uint32_t x = 16; x < 128; x += 32) {
+            for (uint32_t y : {15u, 16u, 47u, 48u}) {
+                const Pixel p = colour(x, y);
                 ExpectPixel(png, x, y, {p.r, p.g, p.b});
             }
+            ExpectPixel(png, x, c.height - 1, {0, 0, 0});
         }
     }
 }
