@@ -179,8 +179,7 @@ FrameFile ReadFrame(const ByteReader& in, const SfaFormatLookup& sfaFormats) {
     const uint64_t target = expected.value_or(declaredFrame);
     if (expected && declaredFrame != *expected) {
         f.problems.push_back(
-            Format("bytes 40-43 give %llu bytes from offset 48; the format's "
-                   "frame has %llu",
+            Format("bytes 40-43 give %llu bytes from offset 48; the format's frame has %llu",
                    static_cast<unsigned long long>(declaredFrame - 48),
                    static_cast<unsigned long long>(*expected - 48)));
     }
