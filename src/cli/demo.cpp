@@ -10,6 +10,8 @@
 #include "platform/output_files.h"
 #include "base/text.h"
 #include "cli/convert_command.h"
+#include "cli/inspect_command.h"
+#include "cli/preview_command.h"
 
 namespace fmconv::cli {
 
@@ -103,6 +105,36 @@ bool RunStep(const Step& step, std::ostream& out, std::ostream& err) {
     return code == 0;
 }
 
+// Inspects every frame the steps wrote, as `fmconv inspect` does, and draws
+// the fill over its key as `fmconv preview --key` does.
+int CheckAndPreview(const std::string& folder, std::ostream& out, std::ostream& err) {
+    std::vector<std::string> frames;
+    for (const char* sub : {"sfm", "sf1", "sfa", "sf3", "back"}) {
+        std::vector<std::string> names;
+        for (const auto& entry : fs::directory_iterator(JoinPath(folder, sub))) {
+            if (entry.path().extension() != ".wav") names.push_back(entry.path().string());
+        }
+        std::sort(names.begin(), names.end());
+        frames.insert(frames.end(), names.begin(), names.end());
+    }
+    out << "\nEvery frame written, inspected (fmconv inspect):\n\n";
+    if (RunInspect(frames, false, out) != 0) {
+        err << "fmconv demo: a frame written above is not whole and consistent\n";
+        return 1;
+    }
+    const std::string preview = JoinPath(folder, "preview.png");
+    const std::string sfm = JoinPath(folder, "sfm");
+    const std::string error = RunPreview(JoinPath(sfm, "MDEMOLOGO.FMEM_001.SFM"),
+                                         JoinPath(sfm, "SDEMOLOGO.FMEM_002.SFM"), preview);
+    if (!error.empty()) {
+        err << "fmconv demo: " << error << '\n';
+        return 1;
+    }
+    out << "\nThe fill over its key on a checkerboard (fmconv preview --key):\n"
+        << Format("  %-40s 1920 x 1080 RGB PNG\n", preview.c_str());
+    return 0;
+}
+
 }  // namespace
 
 int RunDemo(const std::string& folder, std::ostream& out, std::ostream& err) {
@@ -169,7 +201,7 @@ int RunDemo(const std::string& folder, std::ostream& out, std::ostream& err) {
         out << Format("  %-40s %9llu bytes\n", wav.string().c_str(),
                       static_cast<unsigned long long>(fs::file_size(wav)));
     }
-    return 0;
+    return CheckAndPreview(folder, out, err);
 }
 
 }  // namespace fmconv::cli

@@ -6,6 +6,8 @@
 
 #include "cli/convert_command.h"
 #include "cli/demo.h"
+#include "cli/inspect_command.h"
+#include "cli/preview_command.h"
 #include "cli/ui_command.h"
 #include "platform/interrupts.h"
 
@@ -15,6 +17,8 @@ constexpr char kUsage[] =
     "usage: fmconv demo [FOLDER]      write sample frames into FOLDER (default demo-out)\n"
     "       fmconv convert --from TYPE --to TYPE [options] SRC_DIR DST_DIR [NAME ...]\n"
     "       fmconv ui [--script FILE] [--real-space-check]\n"
+    "       fmconv inspect [--json] FILE ...        check frame files (SFM, SFA, SF1, SF3)\n"
+    "       fmconv preview [--key KEYFILE] -o OUT.png FILE   a frame's picture as a PNG\n"
     "       fmconv --help\n";
 
 int Dispatch(int argc, char** argv) {
@@ -32,6 +36,10 @@ int Dispatch(int argc, char** argv) {
     }
     if (args[0] == "convert") return fmconv::cli::ConvertMain(argc - 2, argv + 2);
     if (args[0] == "ui") return fmconv::cli::UiMain(argc - 2, argv + 2);
+    if (args[0] == "inspect")
+        return fmconv::cli::InspectMain(argc - 2, argv + 2, std::cout, std::cerr);
+    if (args[0] == "preview")
+        return fmconv::cli::PreviewMain(argc - 2, argv + 2, std::cout, std::cerr);
     std::cerr << "fmconv: unknown command '" << args[0] << "'\n" << kUsage;
     return 2;
 }

@@ -1,0 +1,144 @@
+// The frame reader on frames of every format made by the writers, then
+// damaged one way at a time.
+#include "fmfiles/frame_reader.h"
+
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <functional>
+
+#include "audio/audio_test_files.h"
+#include "audio/frame_contents.h"
+#include "audio/sfa_file.h"
+#include "audio/sfa_to_sfm.h"
+#include "audio/signal_format.h"
+#include "base/bytes.h"
+#include "fmfiles/register_file.h"
+#include "support/temp_dir.h"
+
+namespace fmconv {
+namespace {
+
+// A frame no picture covers, register 7: its word-XOR checksum is 0x01000017
+// (0xFEFFFFE8 in the 480i layout, whose lines start with 60 zero bytes).
+std::vector<uint8_t> UncoveredSfm(int format) {
+    const FrameLayout& layout = *GetFrameLayout(format);
+    SfmHeader header;
+    BuildSfmHeader("MX.FMEM_007.SFM", header, layout.lengthFrom48(), layout.planeBytes);
+    return BuildSfmFile(header, layout, MakeUncoveredFrame(layout));
+}
+
+// The SFA frame of an uncovered picture (picture = false), or the SFM frame
+// that taking the audio back out of it gives (picture = true).
+std::vector<uint8_t> FromSfa(uint32_t code, bool picture) {
+    std::vector<uint8_t> sfm = UncoveredSfm(testing::FrameFormatOf(code));
+    sfm[48] = 0x81;
+    sfm[49] = static_cast<uint8_t>(code);
+    std::vector<uint8_t> sfa(64 + GetFrameByteSize(code, kFrameKindSfa));
+    AudioChannelSet set;
+    ResetAudioChannelSet(set);
+    set.frameCount = 1;
+    ConversionContext ctx;
+    ctx.signalFormat = code;
+    EXPECT_EQ(BuildSfaFrame(sfm, sfa, "MX.FMEM_007.SFA", set, ctx), 0);
+    if (!picture) return sfa;
+    EXPECT_EQ(BuildSfmFromSfa(sfa, sfm, "MX.FMEM_007.SFM", set, ctx), 0);
+    return sfm;
+}
+
+std::vector<uint8_t> WithTrailer(std::vector<uint8_t> frame) {
+    const RegisterTrailer trailer = BuildRegisterTrailer("MX.FMEM_007.SFM");
+    frame.insert(frame.end(), trailer.begin(), trailer.end());
+    return frame;
+}
+
+void ExpectWhole(const std::vector<uint8_t>& bytes, const char* kind, const std::string& format,
+                 ChecksumRule rule) {
+    SCOPED_TRACE(std::string(kind) + " " + format);
+    const FrameFile f = ReadFrame(bytes);
+    EXPECT_EQ(FrameFileKindName(f.kind), std::string(kind));
+    EXPECT_TRUE(f.ok() && f.complete) << (f.problems.empty() ? "" : f.problems[0]);
+    EXPECT_EQ(f.format, format);
+    ASSERT_TRUE(f.checksum);
+    EXPECT_EQ(f.checksum->rule, rule);
+    EXPECT_EQ(f.checksum->computed, ReadBe32(&bytes[36]));
+    EXPECT_EQ(f.innerName.has_value(), kind[2] == '1' || kind[2] == '3');
+}
+
+TEST(FrameReader, EveryFormatAndContainer) {
+    for (int format = kFrameFormat480i; format <= kFrameFormat720p; ++format) {
+        const std::vector<uint8_t> sfm = UncoveredSfm(format);
+        EXPECT_EQ(ReadBe32(&sfm[36]), format == kFrameFormat480i ? 0xFEFFFFE8u : 0x01000017u);
+        ExpectWhole(sfm, "SFM", GetFrameLayout(format)->selection, ChecksumRule::kWordXor);
+        ExpectWhole(WithTrailer(sfm), "SF1", GetFrameLayout(format)->selection,
+                    ChecksumRule::kWordXor);
+    }
+    const std::pair<uint32_t, const char*> signals[] = {
+        {0, "480i/59.94"},  {1, "576i/50"},    {2, "720P/59.94"}, {3, "1080i/50"},
+        {4, "1080i/59.94"}, {7, "1080PsF/24"}, {11, "720P/50"}};
+    for (const auto& [code, format] : signals) {
+        const std::vector<uint8_t> sfa = FromSfa(code, false);
+        ExpectWhole(sfa, "SFA", format, ChecksumRule::kByteLaneSum);
+        ExpectWhole(WithTrailer(sfa), "SF3", format, ChecksumRule::kByteLaneSum);
+        ExpectWhole(FromSfa(code, true), "SFM",
+                    GetFrameLayout(testing::FrameFormatOf(code))->selection,
+                    ChecksumRule::kByteLaneSum);
+    }
+}
+
+TEST(FrameReader, DamageIsReportedInOneLine) {
+    using Bytes = std::vector<uint8_t>;
+    const Bytes sfm = UncoveredSfm(kFrameFormat720p);  // 2 307 264 bytes
+    const Bytes sfa = FromSfa(kSignal1080i50, false);
+    const struct {
+        Bytes bytes;
+        std::function<void(Bytes&)> damage;
+        const char* kind;
+        const char* problem;  // the start of the first problem
+    } cases[] = {
+        {WithTrailer(sfm), [](Bytes& b) { b[5000] ^= 0x10; }, "SF1",
+         "checksum: bytes 36-39 hold 01000017, the frame gives"},
+        {sfm, [](Bytes& b) { b.resize(b.size() - 1000); }, "SFM",
+         "size: the frame has 2307264 bytes, the file holds 2306264"},
+        {WithTrailer(sfm), [](Bytes& b) { b.back() = 0; }, "SF1",
+         "register trailer: \"VVVV\" missing at trailer offset 300 (found \"VVV\\x00\")"},
+        {sfm, [](Bytes& b) { WriteBe32(&b[40], 0xFFFFFFFF); }, "SFM",
+         "bytes 40-43 give 4294967295 bytes from offset 48; the format's frame has 2307216"},
+        {sfa, [](Bytes& b) { b[49] = 9; }, "SFA", "unknown signal format: code 9 at byte 49"},
+        {sfm, [](Bytes& b) { b[48] = 0x42; }, "",
+         "not a frame file: byte 48 holds 0x42, neither a picture frame (0x00) nor"},
+        {sfm, [](Bytes& b) { b[7] = '2'; }, "",
+         "not a frame file: it does not begin with \"QVX 0001\""},
+        {sfm, [](Bytes& b) { b.resize(63); }, "",
+         "not a frame file: 63 bytes, shorter than a 64-byte header"},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.problem);
+        Bytes bytes = c.bytes;
+        c.damage(bytes);
+        const FrameFile f = ReadFrame(bytes);
+        EXPECT_FALSE(f.ok());
+        EXPECT_EQ(FrameFileKindName(f.kind), std::string(c.kind));
+        ASSERT_FALSE(f.problems.empty());
+        EXPECT_EQ(f.problems[0].rfind(c.problem, 0), 0u) << f.problems[0];
+    }
+}
+
+TEST(FrameReader, FilesOnDiskAreReadNoFurtherThanTheFrame) {
+    testing::TempDir dir;
+    EXPECT_EQ(ReadFrame(dir.File("missing")).problems,
+              std::vector<std::string>{"cannot open the file"});
+    // A 720P frame at the start of a 3 GiB file (sparse: it takes no disk).
+    const std::string huge = dir.File("huge");
+    testing::WriteBytes(huge, UncoveredSfm(kFrameFormat720p));
+    std::filesystem::resize_file(huge, uint64_t{3} << 30);
+    const FrameFile f = ReadFrame(huge);
+    EXPECT_EQ(f.kind, FrameFileKind::kSfm);
+    EXPECT_EQ(f.frame.size(), 2307264u);
+    EXPECT_TRUE(f.checksum->ok);
+    EXPECT_EQ(f.problems, std::vector<std::string>{
+                              "size: the frame has 2307264 bytes, the file holds 3221225472"});
+}
+
+}  // namespace
+}  // namespace fmconv
