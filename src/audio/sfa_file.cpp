@@ -160,21 +160,17 @@ int BuildSfaRaster(std::span<const uint8_t> source, std::span<uint8_t> dest, std
     const std::size_t leadIn = sd ? kSdLeadInBytes : 0;
     const uint16_t firstActive[2] = {timing.blankLinesBeforeField1, timing.blankLinesBeforeField2};
     const uint16_t activeLines[2] = {timing.activeLinesField1, timing.activeLinesField2};
-    const uint16_t padBytes[2] = {timing.padBytesAfterField1, timing.padBytesAfterField2};
     std::size_t from = kHeaderSize;  // the picture follows the source's header
     for (int p = 0; p < 2; ++p) {
         const std::span<uint8_t> planeBytes = payload.subspan(p * plane, plane);
         const uint16_t blank = p == 0 ? kLumaBlank : kChromaBlank;
-        // Blanking first: each region's lines are one word stream from the
-        // region's first byte (so every line's words), the half byte after a
-        // region whose lines end mid-byte continuing it; the pad bytes are
-        // words again from their own first byte.
+        // Blanking first: each region is one word stream from its first byte,
+        // its lines and then its pad bytes, so that the pad of a region whose
+        // lines end in the middle of a byte follows on at that half byte;
+        // the region's last half byte is rounded up.
         for (int region = 0; region < 2; ++region) {
-            const std::size_t lineBytes =
-                static_cast<std::size_t>((raster.regionLines[region] * raster.lineBits + 7) / 8);
-            FillWordPattern(planeBytes, raster.regionStart[region], lineBytes, blank);
-            FillWordPattern(planeBytes, raster.regionStart[region] + lineBytes, padBytes[region],
-                            blank);
+            FillWordPattern(planeBytes, raster.regionStart[region],
+                            FieldRegionBytes(timing, region + 1), blank);
         }
         // The picture: each active line's words after its horizontal
         // blanking, at their exact bits (shifted by four when the line starts

@@ -117,5 +117,27 @@ TEST(SfaChecksum, WordWiseEqualsTheByteLaneRule) {
     }
 }
 
+// In 480i (field region 1) and 1080PsF/24 (field region 2) a region's lines
+// end in the middle of a byte; the pad bytes after them continue the same
+// word stream from that half byte: luma 0x040 words, chroma 0x200 words.
+TEST(SfaRaster, PadWordsFollowTheLastLineAtItsHalfByte) {
+    const struct {
+        uint32_t code;
+        std::size_t at;  // plane offset of the byte the lines end in
+    } cases[] = {{kSignal480i5994, 282067}, {kSignal1080PsF24, 1932800 + 1935312}};
+    for (const auto& c : cases) {
+        const uint32_t plane = GetFrameByteSize(c.code, kFrameKindSfa) / 2;
+        std::vector<uint8_t> frame(64 + 2 * std::size_t{plane});
+        ASSERT_EQ(BuildSfaRaster(std::vector<uint8_t>(64, 0), frame, "MX.FMEM_001.SFA", c.code, {}),
+                  0);
+        const auto bytes = [&](std::size_t from) {
+            return std::vector<uint8_t>(frame.begin() + 64 + from, frame.begin() + 64 + from + 5);
+        };
+        EXPECT_EQ(bytes(c.at), (std::vector<uint8_t>{0x01, 0x00, 0x40, 0x10, 0x04})) << c.code;
+        EXPECT_EQ(bytes(plane + c.at), (std::vector<uint8_t>{0x08, 0x02, 0x00, 0x80, 0x20}))
+            << c.code;
+    }
+}
+
 }  // namespace
 }  // namespace fmconv
