@@ -10,6 +10,7 @@
 #include <mutex>
 #include <string>
 #include <thread>
+#include <vector>
 
 #include "app/channel_pages.h"
 #include "base/trace.h"
@@ -40,6 +41,9 @@ struct MainDlgServices {
     // Called by the run after each file it finished (k from 1), before the
     // next cancel test; automation uses it to press Cancel at a known point.
     std::function<void(int filesDone)> afterFile;
+    // Told of the files a run writes without an entry (the WAV files of an
+    // extraction).
+    std::function<void(const std::vector<std::string>& paths)> filesWritten;
 };
 
 class CMainDlg {

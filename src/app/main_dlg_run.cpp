@@ -37,6 +37,9 @@ class MainDlgRunWindow final : public RunWindow {
     void AddEntry(const std::string& entry) override { s_.ListInsert(kIdDestList, -1, entry); }
     std::vector<std::string> Entries() override { return s_.ListItems(kIdDestList); }
     void SelectEntry(const std::string& prefix) override { s_.ListSelectString(kIdDestList, prefix); }
+    void FilesWritten(const std::vector<std::string>& paths) override {
+        if (dlg_.Services().filesWritten) dlg_.Services().filesWritten(paths);
+    }
     void ShowDestinationCount(int count) override {
         s_.SetText(kIdDestCount, count != 0 ? Format(kFilesFormat, count) : kNotFound);
     }

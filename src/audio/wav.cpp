@@ -268,7 +268,7 @@ bool WriteChannelFile(platform::OutputFiles& files, const std::string& path,
 }  // namespace
 
 std::string WriteChannelWavFiles(const std::string& directory, const AudioChannelSet& set,
-                                 platform::OutputFiles& files) {
+                                 platform::OutputFiles& files, std::vector<std::string>* written) {
     // The two digits advance by one after every file, except after channel 9
     // (by position in the set): there the units digit drops by nine and the
     // tens digit rises by one. With all groups present this counts 01 to 16;
@@ -284,6 +284,7 @@ std::string WriteChannelWavFiles(const std::string& directory, const AudioChanne
             if (!WriteChannelFile(files, path, set.channelSamples[k], set.sampleCount)) {
                 return path;
             }
+            if (written) written->push_back(path);
             if (k == 8) {
                 name[kUnits] = static_cast<char>(name[kUnits] - 9);
                 name[kTens] = static_cast<char>(name[kTens] + 1);

@@ -3,6 +3,7 @@
 #pragma once
 
 #include <string>
+#include <vector>
 
 #include "audio/audio_channel_set.h"
 #include "platform/output_files.h"
@@ -32,7 +33,9 @@ std::string ReadWavFiles(AudioChannelSet& set);
 // that is completed with silence. Returns "" when every file was written
 // whole, else the path of the first one that could not be (the files after
 // it are not written).
+// The paths written are appended to `written` when given.
 std::string WriteChannelWavFiles(const std::string& directory, const AudioChannelSet& set,
-                                 platform::OutputFiles& files);
+                                 platform::OutputFiles& files,
+                                 std::vector<std::string>* written = nullptr);
 
 }  // namespace fmconv

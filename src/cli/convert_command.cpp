@@ -3,6 +3,7 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <chrono>
 #include <cstring>
 #include <filesystem>
 #include <iostream>
@@ -15,6 +16,8 @@
 #include "app/main_dlg.h"
 #include "app/resources.h"
 #include "base/text.h"
+#include "cli/help.h"
+#include "cli/json.h"
 #include "platform/headless/headless_host.h"
 #include "run/messages.h"
 #include "names/naming.h"
@@ -23,13 +26,6 @@ namespace fmconv::cli {
 
 namespace {
 
-constexpr char kUsage[] =
-    "usage: fmconv convert --from image|sfm|sfa|sf1|sf3 --to sfm|sfa|sf1|sf3 [options] "
-    "SRC_DIR DST_DIR [NAME ...]\n"
-    "       fmconv convert --from sort [options] SRC_DIR DST_DIR [NAME ...]\n"
-    "options: --sfm-format 1080i/1080PsF|720P|576i/50|480i/59.94\n"
-    "         --sfa-format 1080i/59.94|1080i/50|1080PsF/24|720P/59.94|720P/50|576i/50|480i/59.94\n"
-    "         --ch N=PATH (N 1 to 16, repeatable)  --legacy-space-check  --quiet\n";
 
 // The radio captions the options select.
 const std::map<std::string, std::string> kSourceCaptions = {
@@ -47,11 +43,16 @@ bool Contains(const std::vector<std::string>& list, const std::string& value) {
 }
 
 // Reads the arguments; an error text when they are not usable.
-std::optional<std::string> Parse(int argc, char** argv, ConvertRequest& o, bool& quiet) {
+std::optional<std::string> Parse(int argc, char** argv, ConvertRequest& o, bool& quiet,
+                                 bool& help) {
     std::vector<std::string> positional;
     bool onlyNames = false;
     for (int i = 0; i < argc; ++i) {
         std::string arg = argv[i];
+        if (!onlyNames && IsHelp(arg)) {
+            help = true;
+            return std::nullopt;
+        }
         if (onlyNames || arg.rfind("--", 0) != 0 || arg == "--") {
             if (arg == "--" && !onlyNames) {
                 onlyNames = true;
@@ -99,6 +100,8 @@ std::optional<std::string> Parse(int argc, char** argv, ConvertRequest& o, bool&
             o.legacySpaceCheck = true;
         } else if (arg == "--quiet") {
             quiet = true;
+        } else if (arg == "--json") {
+            o.json = true;
         } else {
             return "unknown option '" + arg + "'";
         }
@@ -142,17 +145,54 @@ std::optional<std::string> SelectNames(CMainDlg& dlg, const std::vector<std::str
     return std::nullopt;
 }
 
+// The terminal's progress line: files done of all, the file in hand, the
+// rate and the time left; erased before anything else is written.
+class Progress {
+  public:
+    Progress(std::ostream& err, bool shown) : err_(err), enabled_(shown) {}
+    void Show(int done, int total, const std::string& name) {
+        if (!enabled_ || total <= 0) return;
+        const auto now = std::chrono::steady_clock::now();
+        if (!started_) started_ = now;
+        const double seconds = std::chrono::duration<double>(now - *started_).count();
+        constexpr int kWidth = 20;
+        const int filled = kWidth * done / total;
+        std::string line = "\r[" + std::string(static_cast<std::size_t>(filled), '#') +
+                           std::string(static_cast<std::size_t>(kWidth - filled), ' ') + "] " +
+                           std::to_string(done) + "/" + std::to_string(total);
+        if (!name.empty()) line += " " + (name.size() > 28 ? name.substr(0, 27) + "~" : name);
+        if (done > 0 && seconds > 0) {
+            const double rate = done / seconds;
+            line += Format("  %.1f files/s  %.0f s left", rate, (total - done) / rate);
+        }
+        err_ << line << "\033[K" << std::flush;
+        shown_ = true;
+    }
+    void Clear() {
+        if (shown_) err_ << "\r\033[K" << std::flush;
+        shown_ = false;
+    }
+
+  private:
+    std::ostream& err_;
+    bool enabled_;
+    bool shown_ = false;
+    std::optional<std::chrono::steady_clock::time_point> started_;
+};
+
 }  // namespace
 
 int ConvertMain(int argc, char** argv) {
     // Before any thread starts: SIGINT and SIGTERM are taken as Cancel.
     platform::InterruptWatcher interrupts;
     ConvertRequest request;
-    bool quiet = false;
-    if (const auto error = Parse(argc, argv, request, quiet)) {
-        std::cerr << "fmconv convert: " << *error << "\n" << kUsage;
-        return 2;
+    bool quiet = false, help = false;
+    const auto error = Parse(argc, argv, request, quiet, help);
+    if (help) {
+        std::cout << HelpText("convert");
+        return 0;
     }
+    if (error) return UsageError(std::cerr, "convert", *error);
     request.progressBar = !quiet && ::isatty(2);
     return RunConvert(request, std::cout, std::cerr, &interrupts);
 }
@@ -161,12 +201,8 @@ int RunConvert(const ConvertRequest& o, std::ostream& out, std::ostream& err,
                platform::InterruptWatcher* interrupts) {
     std::mutex outMutex;
     bool finished = false;
-    bool progressShown = false;
-    const bool progressBar = o.progressBar;
-    const auto clearProgress = [&] {
-        if (progressShown) err << "\r\033[K";
-        progressShown = false;
-    };
+    std::optional<platform::MessageBoxRequest> stoppedBy;  // the error box that ended the run
+    Progress progress(err, o.progressBar);
     platform::HeadlessHost host([&](const platform::HostEvent& event) {
         const auto* box = std::get_if<platform::MessageBoxRequest>(&event);
         if (!box) return;
@@ -175,7 +211,8 @@ int RunConvert(const ConvertRequest& o, std::ostream& out, std::ostream& err,
             finished = true;
             return;
         }
-        clearProgress();
+        if (box->caption == kCaptionError) stoppedBy = *box;
+        progress.Clear();
         err << box->caption << ": " << box->text << std::endl;
     });
     platform::RealFreeSpaceProbe realProbe;
@@ -188,8 +225,12 @@ int RunConvert(const ConvertRequest& o, std::ostream& out, std::ostream& err,
                              : &realProbe;
     services.trace = [&](std::string_view line) {
         std::lock_guard lock(outMutex);
-        clearProgress();
+        progress.Clear();
         err << line << std::flush;
+    };
+    services.filesWritten = [&](const std::vector<std::string>& paths) {
+        std::lock_guard lock(outMutex);
+        if (o.json) out << "{\"written\": " << JsonStringArray(paths) << "}" << std::endl;
     };
     const std::map<std::string, std::string> settings = {
         {"Original_File_Directory_Type", kSourceCaptions.at(o.from)},
@@ -208,17 +249,17 @@ int RunConvert(const ConvertRequest& o, std::ostream& out, std::ostream& err,
     dlg.Click(kIdSourceSelectDir);
     host.ScriptFolder(o.destDir);
     dlg.Click(kIdDestSelectDir);
-    if (const auto error = SelectNames(dlg, o.names)) {
-        err << "fmconv convert: " << *error << "\n";
-        return 2;
-    }
+    if (const auto error = SelectNames(dlg, o.names)) return UsageError(err, "convert", *error);
     for (const auto& [channel, path] : o.channels) {
         const ChannelControls& ch = kChannels[static_cast<std::size_t>(channel - 1)];
         dlg.ChannelPage(ch.page).Surface().SetText(ch.edit, path);
     }
 
-    // Every entry the run lists goes to standard output as it comes.
+    // Every entry the run lists goes to standard output as it comes; the
+    // progress bar names the file in hand.
     platform::ControlSurface& s = dlg.Surface();
+    std::vector<std::string> selected;
+    for (int index : s.ListSelection(kIdSourceList)) selected.push_back(s.ListText(kIdSourceList, index));
     std::size_t printed = 0;
     s.Subscribe([&](int id) {
         if (id == kIdDestList) {
@@ -226,19 +267,20 @@ int RunConvert(const ConvertRequest& o, std::ostream& out, std::ostream& err,
             std::lock_guard lock(outMutex);
             if (items.size() < printed) printed = 0;
             for (; printed < items.size(); ++printed) {
-                clearProgress();
-                out << items[printed] << std::endl;
+                progress.Clear();
+                if (!o.json) {
+                    out << items[printed] << std::endl;
+                    continue;
+                }
+                const std::string file(SplitRegisterListItem(items[printed]).file);
+                out << "{\"entry\": " << JsonString(items[printed]) << ", \"written\": "
+                    << JsonStringArray({JoinPath(o.destDir, file)}) << "}" << std::endl;
             }
-        } else if (id == kIdProgress && progressBar && dlg.Converting()) {
+        } else if (id == kIdProgress && dlg.Converting()) {
             const platform::ControlState p = s.State(kIdProgress);
-            if (p.upper <= 0) return;
-            const int width = 30;
-            const int filled = width * p.position / p.upper;
+            const std::size_t next = static_cast<std::size_t>(p.position);
             std::lock_guard lock(outMutex);
-            err << "\r[" << std::string(static_cast<std::size_t>(filled), '#')
-                << std::string(static_cast<std::size_t>(width - filled), ' ') << "] " << p.position
-                << "/" << p.upper << std::flush;
-            progressShown = true;
+            progress.Show(p.position, p.upper, next < selected.size() ? selected[next] : "");
         }
     });
 
@@ -254,8 +296,18 @@ int RunConvert(const ConvertRequest& o, std::ostream& out, std::ostream& err,
     const int exitCode = dlg.WaitForRun();
     if (interrupts) interrupts->OnFirstSignal(nullptr);
     std::lock_guard lock(outMutex);
-    clearProgress();
-    if (finished) out << kMsgConvertFinished << std::endl;
+    progress.Clear();
+    if (o.json) {
+        if (finished) {
+            out << "{\"finished\": " << JsonString(kMsgConvertFinished) << "}" << std::endl;
+        } else if (exitCode != 0) {
+            const platform::MessageBoxRequest box = stoppedBy.value_or(platform::MessageBoxRequest{});
+            out << "{\"stopped\": {\"caption\": " << JsonString(box.caption)
+                << ", \"text\": " << JsonString(box.text) << "}}" << std::endl;
+        }
+    } else if (finished) {
+        out << kMsgConvertFinished << std::endl;
+    }
     if (interrupts && interrupts->Signal() != 0) {
         err << "fmconv convert: interrupted (" << strsignal(interrupts->Signal())
             << "); the files listed above are complete" << std::endl;

@@ -19,6 +19,7 @@ struct ConvertRequest {
     std::map<int, std::string> channels;  // channel field N (1 to 16) -> WAV path
     bool legacySpaceCheck = false;
     bool progressBar = false;
+    bool json = false;  // standard output as JSON lines
     std::string sourceDir, destDir;
     std::vector<std::string> names;  // none: every file the source list shows
 };

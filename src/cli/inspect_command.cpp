@@ -4,47 +4,13 @@
 
 #include "audio/frame_contents.h"
 #include "base/text.h"
+#include "cli/help.h"
 #include "cli/json.h"
 
 namespace fmconv::cli {
 
 namespace {
 
-constexpr char kHelp[] =
-    "usage: fmconv inspect [--json] FILE ...\n"
-    "\n"
-    "Reads frame files without changing them and tells for each what it is and whether\n"
-    "it is whole: SFM (a still frame), SFA (a frame with embedded audio), SF1 and SF3\n"
-    "(an SFM or SFA in a register file, with the trailer that names it). Files are\n"
-    "recognised by their content, whatever their names. Checked: the size against\n"
-    "header bytes 40-43, the plane sizes, the format, the checksum, and the trailer's\n"
-    "\"SFM1\" and \"VVVV\" marks. Frames with audio also list the groups (1-4) and\n"
-    "channels (1-16) that carry audio packets and the samples per channel they hold.\n"
-    "\n"
-    "options:\n"
-    "  --json       one JSON object a line per file, instead of a text block:\n"
-    "               file, kind (\"SFM\", \"SFA\", \"SF1\", \"SF3\" or null), ok, problems,\n"
-    "               bytes, format, checksum {stored, computed, ok, rule}, inner_name\n"
-    "               (SF1/SF3), audio {groups, channels, samples} (SFA/SF3)\n"
-    "  -h, --help   this help\n"
-    "\n"
-    "Formats are named as the converter's radios name them: 1080i/1080PsF, 720P, 576i/50,\n"
-    "480i/59.94 for SFM frames; 1080i/59.94, 1080i/50, 1080PsF/24, 720P/59.94, 720P/50,\n"
-    "576i/50, 480i/59.94 for frames with audio. A frame written from a picture carries\n"
-    "the word-XOR checksum; a frame with audio, and an SFM cut out of one, the byte-lane\n"
-    "sum; an SFM passes with either, and the rule that matched is named.\n"
-    "\n"
-    "Names: a frame file is called M (fill) or S (key), a base name of 1 to 8 characters,\n"
-    "then FMEM_nnn for registers below 1000 or FMEMnnnn from 1000, as in\n"
-    "MLOGO.FMEM_007.SFM; a register file is called Fnnnn.SF1 or Fnnnn.SF3 and carries\n"
-    "the frame's name in its trailer.\n"
-    "\n"
-    "Exit code: 0 every file is whole and consistent, 1 otherwise, 2 a usage error.\n"
-    "\n"
-    "examples:\n"
-    "  fmconv inspect demo-out/sfm/MDEMOLOGO.FMEM_001.SFM\n"
-    "  fmconv inspect --json demo-out/sf3/F0001.SF3 demo-out/sf1/F0001.SF1\n"
-    "  fmconv inspect --json *.SFA > report.jsonl\n";
 
 constexpr char kHint[] = " (see 'fmconv inspect --help')";
 
@@ -164,7 +130,7 @@ int InspectMain(int argc, char** argv, std::ostream& out, std::ostream& err) {
         } else if (arg == "--") {
             onlyFiles = true;
         } else if (arg == "--help" || arg == "-h") {
-            out << kHelp;
+            out << HelpText("inspect");
             return 0;
         } else if (arg == "--json") {
             json = true;

@@ -6,6 +6,7 @@
 
 #include "cli/convert_command.h"
 #include "cli/demo.h"
+#include "cli/help.h"
 #include "cli/inspect_command.h"
 #include "cli/preview_command.h"
 #include "cli/ui_command.h"
@@ -13,34 +14,46 @@
 
 namespace {
 
-constexpr char kUsage[] =
-    "usage: fmconv demo [FOLDER]      write sample frames into FOLDER (default demo-out)\n"
-    "       fmconv convert --from TYPE --to TYPE [options] SRC_DIR DST_DIR [NAME ...]\n"
-    "       fmconv ui [--script FILE] [--real-space-check]\n"
-    "       fmconv inspect [--json] FILE ...        check frame files (SFM, SFA, SF1, SF3)\n"
-    "       fmconv preview [--key KEYFILE] -o OUT.png FILE   a frame's picture as a PNG\n"
-    "       fmconv --help\n";
+using namespace fmconv::cli;
 
 int Dispatch(int argc, char** argv) {
     const std::vector<std::string> args(argv + 1, argv + argc);
-    if (args.empty() || args[0] == "--help" || args[0] == "-h") {
-        (args.empty() ? std::cerr : std::cout) << kUsage;
-        return args.empty() ? 2 : 0;
+    if (args.empty()) {
+        std::cerr << "fmconv: no command given (see 'fmconv --help')\n";
+        return 2;
     }
-    if (args[0] == "demo") {
-        if (args.size() > 2) {
-            std::cerr << "fmconv demo: too many arguments\n" << kUsage;
-            return 2;
+    const std::string& command = args[0];
+    if (IsHelp(command)) {
+        std::cout << HelpText("");
+        return 0;
+    }
+    if (command == "--version") {
+        std::cout << VersionLine() << '\n';
+        return 0;
+    }
+    if (command == "help") {
+        const std::string topic = args.size() > 1 ? args[1] : "";
+        const std::string text = HelpText(topic);
+        if (text.empty()) return UsageError(std::cerr, "help", "no command '" + topic + "'");
+        std::cout << text;
+        return 0;
+    }
+    if (command == "demo") {
+        if (args.size() > 1 && IsHelp(args[1])) {
+            std::cout << HelpText("demo");
+            return 0;
         }
-        return fmconv::cli::RunDemo(args.size() == 2 ? args[1] : "demo-out", std::cout, std::cerr);
+        if (args.size() > 2) return UsageError(std::cerr, "demo", "too many arguments");
+        if (args.size() == 2 && args[1].rfind("-", 0) == 0) {
+            return UsageError(std::cerr, "demo", "unknown option '" + args[1] + "'");
+        }
+        return RunDemo(args.size() == 2 ? args[1] : "demo-out", std::cout, std::cerr);
     }
-    if (args[0] == "convert") return fmconv::cli::ConvertMain(argc - 2, argv + 2);
-    if (args[0] == "ui") return fmconv::cli::UiMain(argc - 2, argv + 2);
-    if (args[0] == "inspect")
-        return fmconv::cli::InspectMain(argc - 2, argv + 2, std::cout, std::cerr);
-    if (args[0] == "preview")
-        return fmconv::cli::PreviewMain(argc - 2, argv + 2, std::cout, std::cerr);
-    std::cerr << "fmconv: unknown command '" << args[0] << "'\n" << kUsage;
+    if (command == "convert") return ConvertMain(argc - 2, argv + 2);
+    if (command == "ui") return UiMain(argc - 2, argv + 2);
+    if (command == "inspect") return InspectMain(argc - 2, argv + 2, std::cout, std::cerr);
+    if (command == "preview") return PreviewMain(argc - 2, argv + 2, std::cout, std::cerr);
+    std::cerr << "fmconv: unknown command '" << command << "' (see 'fmconv --help')\n";
     return 2;
 }
 

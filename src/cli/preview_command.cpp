@@ -6,44 +6,13 @@
 
 #include "audio/frame_contents.h"
 #include "base/text.h"
+#include "cli/help.h"
 #include "cli/png_writer.h"
 
 namespace fmconv::cli {
 
 namespace {
 
-constexpr char kHelp[] =
-    "usage: fmconv preview [--key KEYFILE] -o OUT.png FILE\n"
-    "\n"
-    "Writes the picture of a frame as an 8-bit RGB PNG, to see it before it goes to air.\n"
-    "FILE is an SFM or SFA frame, or an SF1 or SF3 register file holding one (recognised\n"
-    "by its content). The PNG has the frame's picture size: 1920x1080 (1080i/1080PsF and\n"
-    "the 1080 signal formats), 1280x720 (720P), 720x576 (576i/50), 720x486 (480i/59.94; the\n"
-    "487th stored line is not shown), the two fields interleaved. Y, Cb, Cr go back to\n"
-    "RGB through the inverse of the matrix that made them, BT.709 for the high-definition\n"
-    "formats and BT.601 for 576i and 480i, studio range (Y 64 black, 940 white). A key\n"
-    "frame shows as its grey picture.\n"
-    "\n"
-    "options:\n"
-    "  -o, --output OUT.png  the PNG to write (required); replaced when it exists\n"
-    "  --key KEYFILE         composite FILE (the fill) over a checkerboard of light grey\n"
-    "                        and white 16-pixel squares, with KEYFILE's luminance as\n"
-    "                        alpha: Y 64 transparent, Y 940 opaque, linear between. The key\n"
-    "                        frame must have the fill's picture size.\n"
-    "  -h, --help            this help\n"
-    "\n"
-    "A picture converted with alpha gives a fill frame (M, such as MLOGO.FMEM_001.SFM) and\n"
-    "a key frame (S, the next register: SLOGO.FMEM_002.SFM); register numbers are written\n"
-    "FMEM_nnn below 1000 and FMEMnnnn from 1000.\n"
-    "\n"
-    "Exit code: 0 the PNG was written, 1 a file could not be read as a frame or the PNG\n"
-    "could not be written (one line on standard error), 2 a usage error.\n"
-    "\n"
-    "examples:\n"
-    "  fmconv preview -o fill.png demo-out/sfm/MDEMOLOGO.FMEM_001.SFM\n"
-    "  fmconv preview --key demo-out/sfm/SDEMOLOGO.FMEM_002.SFM -o over.png \\\n"
-    "      demo-out/sfm/MDEMOLOGO.FMEM_001.SFM\n"
-    "  fmconv preview -o frame.png demo-out/sf3/F0001.SF3\n";
 
 constexpr char kHint[] = " (see 'fmconv preview --help')";
 
@@ -163,7 +132,7 @@ int PreviewMain(int argc, char** argv, std::ostream& out, std::ostream& err) {
             continue;
         }
         if (arg == "--help" || arg == "-h") {
-            out << kHelp;
+            out << HelpText("preview");
             return 0;
         }
         // Options with a value take it after "=" or as the next argument.

@@ -10,6 +10,7 @@
 #include "app/main_dlg.h"
 #include "app/resources.h"
 #include "base/text.h"
+#include "cli/help.h"
 #include "cli/json.h"
 #include "platform/headless/headless_host.h"
 
@@ -287,22 +288,23 @@ int UiMain(int argc, char** argv) {
     std::string scriptPath;
     for (int i = 0; i < argc; ++i) {
         const std::string arg = argv[i];
+        if (IsHelp(arg)) {
+            std::cout << HelpText("ui");
+            return 0;
+        }
         if (arg == "--real-space-check") {
             options.realSpaceCheck = true;
         } else if (arg == "--script" && i + 1 < argc) {
             scriptPath = argv[++i];
+        } else if (arg == "--script") {
+            return UsageError(std::cerr, "ui", "--script needs a FILE");
         } else {
-            std::cerr << "fmconv ui: unknown argument '" << arg
-                      << "'\nusage: fmconv ui [--script FILE] [--real-space-check]\n";
-            return 2;
+            return UsageError(std::cerr, "ui", "unknown argument '" + arg + "'");
         }
     }
     if (scriptPath.empty()) return RunUi(std::cin, std::cout, options);
     std::ifstream script(scriptPath);
-    if (!script) {
-        std::cerr << "fmconv ui: cannot read script " << scriptPath << '\n';
-        return 2;
-    }
+    if (!script) return UsageError(std::cerr, "ui", "cannot read the script '" + scriptPath + "'");
     return RunUi(script, std::cout, options);
 }
 

@@ -75,8 +75,30 @@ std::string_view NamePartOf(std::string_view frameMemoryName) {
     return rest.substr(0, rest.find('.'));
 }
 
+namespace {
+// The first n bytes, one sequence fewer when they would end inside a UTF-8
+// sequence of a name in UTF-8 (a name in a single-byte code page is cut
+// where it is).
+std::string_view FirstCharsWhole(std::string_view text, std::size_t n) {
+    if (text.size() <= n) return text;
+    const auto byte = [&](std::size_t i) { return static_cast<unsigned char>(text[i]); };
+    if ((byte(n) & 0xC0) != 0x80) return text.substr(0, n);  // not inside a sequence
+    for (std::size_t lead = n; lead-- > 0 && n - lead < 4;) {
+        const unsigned char b = byte(lead);
+        if ((b & 0xC0) == 0x80) continue;
+        const std::size_t length = b >= 0xF0 ? 4 : b >= 0xE0 ? 3 : b >= 0xC0 ? 2 : 1;
+        bool whole = lead + length <= text.size();
+        for (std::size_t k = lead + 1; whole && k < lead + length; ++k) {
+            whole = (byte(k) & 0xC0) == 0x80;
+        }
+        return whole && lead + length > n ? text.substr(0, lead) : text.substr(0, n);
+    }
+    return text.substr(0, n);
+}
+}  // namespace
+
 std::string_view PictureBase(std::string_view item) {
-    return FirstChars(StemOf(item), 8);
+    return FirstCharsWhole(StemOf(item), 8);
 }
 
 PictureNames MakePictureNames(std::string_view item, int32_t R, bool temporary) {

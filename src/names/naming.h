@@ -61,7 +61,9 @@ std::string_view StripTempSuffix(std::string_view name);
 // second character (after the M/S letter) up to its first ".".
 std::string_view NamePartOf(std::string_view frameMemoryName);
 
-// A picture's frame name: its list text up to the last ".", cut to 8 characters.
+// A picture's frame name: its list text up to the last ".", cut to 8
+// characters (bytes); a UTF-8 character that the cut would split is left out
+// whole, so "abcdefg\xC3\xBC" (abcdefgü) gives "abcdefg".
 std::string_view PictureBase(std::string_view item);
 
 // The fill and key names of one picture.

@@ -404,7 +404,9 @@ int Run::RunBranch(Source source, Dest dest) {
         set_.frameCount = static_cast<uint16_t>(count_);
         if (PerFileLoop(extractor(convert), plain, nameBeforeParen) != 0) return -1;
         if (set_.sampleCount != 0) {
-            const std::string failed = WriteChannelWavFiles(destDir_, set_, *ctx_.files);
+            std::vector<std::string> written;
+            const std::string failed = WriteChannelWavFiles(destDir_, set_, *ctx_.files, &written);
+            if (!written.empty()) w_.FilesWritten(written);
             // A WAV file that cannot be written whole ends the run like a
             // failed copy: its box names the file.
             if (!failed.empty()) return StopWith(Format(kMsgDestinationWriteError, failed.c_str()));

@@ -61,6 +61,9 @@ class RunWindow {
     virtual std::vector<std::string> Entries() = 0;
     // Selects the first entry from the top whose text begins with prefix.
     virtual void SelectEntry(const std::string& prefix) = 0;
+    // Files the run wrote without an entry of their own (the WAV files of an
+    // extraction), once they are whole.
+    virtual void FilesWritten(const std::vector<std::string>& paths) = 0;
     // The destination count of a run that reached its end (0: "not found").
     virtual void ShowDestinationCount(int count) = 0;
 

@@ -218,30 +218,81 @@ TEST_F(ConvertTest, ARoundTripKeepsThePictureSamples) {
     }
 }
 
-TEST_F(ConvertTest, UsageErrorsWriteNothing) {
+// A usage error is one line naming what is wrong and where help is, with
+// nothing written; help and the version go to standard output.
+TEST_F(ConvertTest, UsageErrorsAreOneLineAndHelpExplains) {
     TempDir out;
+    const std::string o = out.path();
     const std::vector<std::vector<std::string>> bad = {
-        {"--from", "sfm", "--to", "sfm", "sfm", out.path()},
-        {"--from", "jpeg", "--to", "sfm", "pics", out.path()},
-        {"--from", "image", "pics", out.path()},
-        {"--from", "sort", "--to", "sf1", "sf1", out.path()},
-        {"--from", "image", "--to", "sfm", "--sfm-format", "1080p", "pics", out.path()},
-        {"--from", "image", "--to", "sfm", "--ch", "17=x.wav", "pics", out.path()},
-        {"--from", "image", "--to", "sfm", "--bogus", "pics", out.path()},
-        {"--from", "image", "--to", "sfm", "nowhere", out.path()},
-        {"--from", "image", "--to", "sfm", "pics", out.path(), "missing.tga"},
+        {"convert", "--from", "sfm", "--to", "sfm", "sfm", o},
+        {"convert", "--from", "jpeg", "--to", "sfm", "pics", o},
+        {"convert", "--from", "image", "pics", o},
+        {"convert", "--from", "sort", "--to", "sf1", "sf1", o},
+        {"convert", "--from", "image", "--to", "sfm", "--sfm-format", "1080p", "pics", o},
+        {"convert", "--from", "image", "--to", "sfm", "--ch", "17=x.wav", "pics", o},
+        {"convert", "--from", "image", "--to", "sfm", "--bogus", "pics", o},
+        {"convert", "--from", "image", "--to", "sfm", "nowhere", o},
+        {"convert", "--from", "image", "--to", "sfm", "pics", o, "missing.tga"},
+        {"ui", "--bogus"}, {"demo", "--bogus"}, {"inspect"}, {"preview", "x.SFM"}, {"help", "nope"},
     };
     for (const auto& args : bad) {
-        const ProcessResult r = Convert(args);
-        EXPECT_EQ(r.exitCode, 2) << args[1] << " " << args[3];
-        EXPECT_TRUE(r.outLines.empty());
-        EXPECT_FALSE(r.errLines.empty());
+        const ProcessResult r = RunFmconv(root_->path(), args);
+        EXPECT_EQ(r.exitCode, 2) << r.err;
+        EXPECT_TRUE(r.out.empty());
+        ASSERT_EQ(r.errLines.size(), 1u) << r.err;
+        EXPECT_TRUE(r.errLines[0].ends_with("(see 'fmconv " + args[0] + " --help')")) << r.err;
     }
-    EXPECT_EQ(std::distance(fs::directory_iterator(out.path()), fs::directory_iterator()), 0);
+    EXPECT_TRUE(fs::is_empty(out.path()));
+    for (const std::vector<std::string>& ask :
+         std::vector<std::vector<std::string>>{{"--help"}, {"help", "convert"}, {"convert", "-h"},
+                                               {"convert", "--from", "sfm", "--help"}, {"ui", "-h"},
+                                               {"demo", "--help"}, {"inspect", "--help"},
+                                               {"preview", "-h"}, {"help", "ui"}}) {
+        const ProcessResult r = RunFmconv(out.path(), ask);
+        EXPECT_EQ(r.exitCode, 0) << ask.back();
+        EXPECT_TRUE(r.err.empty());
+        EXPECT_NE(r.out.find("usage: fmconv"), std::string::npos);
+        EXPECT_NE(r.out.find("FMEM_nnn"), std::string::npos) << ask.back();
+        EXPECT_NE(r.out.find("examples:"), std::string::npos) << ask.back();
+    }
+    EXPECT_TRUE(fs::is_empty(out.path()));  // demo --help made no folder
+    EXPECT_EQ(RunFmconv(o, {"--version"}).outLines, std::vector<std::string>{"fmconv 1.1"});
     // A name matches ignoring case when nothing matches exactly.
-    const ProcessResult r =
-        Convert({"--from", "image", "--to", "sfm", "pics", out.path(), "logo.TGA"});
+    const ProcessResult r = Convert({"--from", "image", "--to", "sfm", "pics", o, "logo.TGA"});
     EXPECT_EQ(r.exitCode, 0) << r.err;
+}
+
+// --json: an object a line for each entry with the files it stands for, the
+// WAV files of an extraction, and the end of the run.
+TEST_F(ConvertTest, JsonLinesNameEveryFileWritten) {
+    TempDir in, sfa, back, stopped;
+    WriteBytes(in.File("abcdefg\xC3\xBC.tga"), TgaFile(Numbered(8, 2)));  // abcdefgü: cut whole
+    WriteBytes(in.File("tone.wav"), MakeWav(1, 16, 48000, std::vector<uint32_t>(2000, 7)));
+    ProcessResult r = Convert({"--json", "--from", "image", "--to", "sf3", "--ch",
+                               "1=" + in.File("tone.wav"), in.path(), sfa.path()});
+    EXPECT_EQ(r.outLines,
+              (std::vector<std::string>{
+                  "{\"entry\": \"F0001.SF3(Mabcdefg.FMEM_001.SFA)\", \"written\": [\"" +
+                      sfa.File("F0001.SF3") + "\"]}",
+                  "{\"entry\": \"F0002.SF3(Sabcdefg.FMEM_002.SFA)\", \"written\": [\"" +
+                      sfa.File("F0002.SF3") + "\"]}",
+                  "{\"finished\": \"Convert finished successfully\"}"}));
+    r = Convert({"--json", "--from", "sf3", "--to", "sfm", sfa.path(), back.path()});
+    ASSERT_EQ(r.outLines.size(), 4u) << r.err;
+    EXPECT_EQ(r.outLines[2], "{\"written\": [\"" + back.File("Channel_01.wav") + "\", \"" +
+                                 back.File("Channel_02.wav") + "\", \"" +
+                                 back.File("Channel_03.wav") + "\", \"" +
+                                 back.File("Channel_04.wav") + "\"]}");
+    WriteText(stopped.File("MZ.FMEM9999.SFA"), "x");  // a full destination ends silently
+    r = Convert({"--json", "--from", "sfm", "--to", "sfa", "sfm", stopped.path()});
+    EXPECT_EQ(r.exitCode, 1);
+    EXPECT_EQ(r.outLines, std::vector<std::string>{
+                              "{\"stopped\": {\"caption\": \"\", \"text\": \"\"}}"});
+    WriteText(stopped.File("MLOGO.FMEM_001.SFM"), "x");
+    r = Convert({"--json", "--from", "image", "--to", "sfm", "pics", stopped.path()});
+    EXPECT_EQ(r.outLines, std::vector<std::string>{
+                              "{\"stopped\": {\"caption\": \"Error\", \"text\": \"Already exist "
+                              "name [LOGO] in [MLOGO.FMEM_001.SFM]\"}}"});
 }
 
 }  // namespace
