@@ -4,6 +4,7 @@
 #include <cstring>
 #include <functional>
 #include <optional>
+#include <string>
 #include <string_view>
 
 namespace fmconv::importing {
@@ -148,25 +149,96 @@ void PeekJp2(std::istream& file, std::vector<DeclaredSize>& sizes) {
     }
 }
 
+uint32_t Le32(const uint8_t* p) {
+    return uint32_t{p[3]} << 24 | uint32_t{p[2]} << 16 | uint32_t{p[1]} << 8 | p[0];
+}
+
+// Reads a zero-ended text of at most `limit` bytes.
+bool ReadName(std::istream& file, std::string& name, std::size_t limit) {
+    name.clear();
+    for (int c = file.get(); c != 0; c = file.get()) {
+        if (c == std::char_traits<char>::eof() || name.size() >= limit) return false;
+        name += static_cast<char>(c);
+    }
+    return true;
+}
+
+// OpenEXR: the headers (one, or several ended by an empty one for a
+// multi-part file), each a list of entries (name, type, size, value) ended
+// by an empty name. The data window gives the size, the tile description
+// the tiles.
+void PeekExr(std::istream& file, bool multiPart, DeclaredHeader& header) {
+    const uint64_t end = FileSize(file);
+    file.clear();
+    file.seekg(8);
+    DeclaredSize part;
+    uint32_t tileWidth = 0, tileHeight = 0;
+    bool inPart = false;
+    std::string name, type;
+    for (std::size_t entries = 0; entries < kMaxSizes * 16; ++entries) {
+        if (!ReadName(file, name, 255)) return;
+        if (name.empty()) {
+            if (!inPart) return;  // the empty header that ends a multi-part file
+            if (tileWidth != 0 && tileHeight != 0) {
+                part.tiles = ((part.width + tileWidth - 1) / tileWidth) *
+                             ((part.height + tileHeight - 1) / tileHeight);
+            }
+            header.sizes.push_back(part);
+            if (!multiPart || header.sizes.size() >= kMaxSizes) return;
+            part = {}, tileWidth = tileHeight = 0, inPart = false;
+            continue;
+        }
+        inPart = true;
+        std::array<uint8_t, 16> value{};
+        if (!ReadName(file, type, 255) || !file.read(reinterpret_cast<char*>(value.data()), 4)) {
+            return;
+        }
+        const auto size = static_cast<int32_t>(Le32(value.data()));
+        const std::streamoff at = file.tellg();
+        if (size < 0 || at < 0 || static_cast<uint64_t>(at) + static_cast<uint32_t>(size) > end) {
+            header.overruns = true;
+            return;
+        }
+        if ((name == "dataWindow" && type == "box2i" && size == 16) ||
+            (name == "tiles" && type == "tiledesc" && size == 9)) {
+            if (!file.read(reinterpret_cast<char*>(value.data()), name == "tiles" ? 8 : 16)) return;
+        }
+        if (name == "dataWindow" && type == "box2i" && size == 16) {
+            const auto extent = [&value](std::size_t low, std::size_t high) -> uint64_t {
+                const int64_t from = static_cast<int32_t>(Le32(&value[low]));
+                const int64_t to = static_cast<int32_t>(Le32(&value[high]));
+                return to >= from ? static_cast<uint64_t>(to - from + 1) : 0;
+            };
+            part.width = extent(0, 8), part.height = extent(4, 12);
+        } else if (name == "tiles" && type == "tiledesc" && size == 9) {
+            tileWidth = Le32(&value[0]), tileHeight = Le32(&value[4]);
+        }
+        file.clear();
+        file.seekg(at + size);
+    }
+}
+
 }  // namespace
 
-std::vector<DeclaredSize> PeekDeclaredSizes(std::istream& file) {
-    std::vector<DeclaredSize> sizes;
+DeclaredHeader PeekDeclaredHeader(std::istream& file) {
+    DeclaredHeader header;
     std::array<uint8_t, 12> head{};
-    if (!ReadAt(file, 0, head.data(), head.size())) return sizes;
+    if (!ReadAt(file, 0, head.data(), head.size())) return header;
     static constexpr uint8_t kJp2Signature[12] = {0,   0,   0,    12,   'j',  'P',
                                                   ' ', ' ', 0x0D, 0x0A, 0x87, 0x0A};
     if (head[0] == 0xFF && head[1] == 0xD8) {
-        PeekJpeg(file, sizes);
+        PeekJpeg(file, header.sizes);
     } else if (Be32(head.data()) == 0xFF4FFF51) {
-        PeekCodestream(file, 0, sizes);
+        PeekCodestream(file, 0, header.sizes);
     } else if (std::memcmp(head.data(), kJp2Signature, sizeof kJp2Signature) == 0) {
-        PeekJp2(file, sizes);
+        PeekJp2(file, header.sizes);
     } else if (std::memcmp(&head[4], "ftyp", 4) == 0) {
-        PeekHeif(file, sizes);
+        PeekHeif(file, header.sizes);
+    } else if (Le32(head.data()) == 20000630) {  // OpenEXR's magic number
+        PeekExr(file, (Le32(&head[4]) & 0x1000) != 0, header);
     }
     file.clear();
-    return sizes;
+    return header;
 }
 
 }  // namespace fmconv::importing

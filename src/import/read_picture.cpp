@@ -97,7 +97,9 @@ std::string SizeRefusal(uint64_t width, uint64_t height, const ReadLimits& limit
 std::string CheckDeclaredSizes(const std::string& path, const ReadLimits& limits) {
     std::ifstream file(path, std::ios::binary);
     if (!file) return "the file cannot be opened";
-    for (const DeclaredSize& size : PeekDeclaredSizes(file)) {
+    const DeclaredHeader header = PeekDeclaredHeader(file);
+    if (header.overruns) return "the file's header claims more bytes than the file holds";
+    for (const DeclaredSize& size : header.sizes) {
         std::string refusal = SizeRefusal(size.width, size.height, limits);
         if (!refusal.empty()) return refusal;
         if (size.channels > kMaxChannels) {

@@ -47,12 +47,12 @@ TEST(FitPicture, PlacesThePictureWhereAPersonExpectsIt) {
         // clang-format off
         {"none", 100, 50, {Fit::kNone, Align::kTopLeft, 1920, 1080}, 0, 0, 100, 50,
          {{0, kBlue}, {25, kGreen}, {75, kRed}}},
-        {"none, larger, center", 2000, 1200, {Fit::kNone, Align::kCenter, 1920, 1080}, -60, -40,
-         2000, 1200, {{0, kBlue}, {500, kGreen}, {1500, kRed}}},
-        {"contain", 200, 100, {Fit::kContain, Align::kTopLeft, 960, 540}, 0, 0, 960, 480,
-         {{0, kBlue}, {240, kGreen}, {720, kRed}}},
-        {"contain, center", 200, 100, {Fit::kContain, Align::kCenter, 960, 540}, 30, 0, 960, 480,
-         {{0, kBlue}, {240, kGreen}, {720, kRed}}},
+        {"none, larger, center", 400, 300, {Fit::kNone, Align::kCenter, 320, 240}, -30, -40, 400,
+         300, {{0, kBlue}, {100, kGreen}, {300, kRed}}},
+        {"contain", 200, 100, {Fit::kContain, Align::kTopLeft, 480, 270}, 0, 0, 480, 240,
+         {{0, kBlue}, {120, kGreen}, {360, kRed}}},
+        {"contain, center", 200, 100, {Fit::kContain, Align::kCenter, 480, 270}, 15, 0, 480, 240,
+         {{0, kBlue}, {120, kGreen}, {360, kRed}}},
         {"contain, shrinking", 800, 500, {Fit::kContain, Align::kCenter, 400, 225}, 0, 20, 360,
          225, {{0, kBlue}, {90, kGreen}, {270, kRed}}},
         // 800 x 200 covers at 400 x 100: blue to 100, green to 300.
@@ -62,11 +62,12 @@ TEST(FitPicture, PlacesThePictureWhereAPersonExpectsIt) {
          {{0, kBlue}, {100, kGreen}}},
         {"cover, unscaled", 400, 100, {Fit::kCover, Align::kCenter, 200, 100}, 0, 0, 200, 100,
          {{0, kGreen}}},
-        {"stretch", 100, 100, {Fit::kStretch, Align::kCenter, 720, 576}, 0, 0, 720, 576, thirds},
+        {"stretch", 100, 100, {Fit::kStretch, Align::kCenter, 360, 288}, 0, 0, 360, 288,
+         {{0, kBlue}, {90, kGreen}, {270, kRed}}},
         // SD: 4:3 in square pixels fills 720 x 486 at 0.9; 16:9 in 4:3 576 lines at 16/15.
-        {"4:3 into 480i", 640, 480, {Fit::kContain, Align::kCenter, 720, 486, 0.9}, 0, 0, 720,
+        {"4:3 into 480i", 320, 240, {Fit::kContain, Align::kCenter, 720, 486, 0.9}, 0, 0, 720,
          486, thirds},
-        {"16:9 into 576i", 960, 540, {Fit::kContain, Align::kCenter, 720, 576, 16.0 / 15}, 72, 0,
+        {"16:9 into 576i", 480, 270, {Fit::kContain, Align::kCenter, 720, 576, 16.0 / 15}, 72, 0,
          720, 432, thirds},
         // clang-format on
     };

@@ -11,6 +11,18 @@ namespace {
 
 using testing::TempDir;
 
+}  // namespace
+
+// The library's PNG reader leaks a copy of its error message when libpng
+// jumps out of the read of a cut file (a short string per file, inside the
+// library). Its frames carry no frame pointers, so the allocation's stack
+// ends at the copy.
+extern "C" const char* __lsan_default_suppressions() {
+    return "leak:OpenImageIO_v2_4::ImageInput::geterror\n";
+}
+
+namespace {
+
 // Writes a picture with the library, colour kept straight unless `more` says otherwise.
 void Write(const std::string& path, int w, int h, int channels, OIIO::TypeDesc type,
            const void* samples, const std::function<void(OIIO::ImageSpec&)>& more = {}) {
@@ -228,6 +240,11 @@ TEST(ReadPicture, HostileFilesAreRefusedInOneLine) {
         {"many.png", Png(20000, 20000, 0, {}),
          "400000000 pixels, more than the limit of 67108864 pixels"},
         {"bomb.jpg", bomb, "65000 x 65000 pixels"},
+        // An OpenEXR header entry "c" of type string claiming 1.5 GiB.
+        {"overrun.exr",
+         {0x76, 0x2f, 0x31, 1,   2,   0, 0, 0, 'c', 0,    's',
+          't',  'r',  'i',  'n', 'g', 0, 0, 0, 0,   0x60, 'x'},
+         "claims more bytes than the file holds"},
         {"cut.png", {good.begin(), good.end() - 30}, ""},
         {"cut.jpg", {jpeg.begin(), jpeg.begin() + jpeg.size() / 2}, "Premature end"},
         {"cut.tif", {tiff.begin(), tiff.begin() + tiff.size() / 2}, "cut short"},
