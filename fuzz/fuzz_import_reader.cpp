@@ -19,7 +19,7 @@ const std::string& WorkFolder() {
 
 constexpr const char* kExtensions[16] = {".png", ".jpg",  ".tif", ".bmp", ".tga",  ".psd",
                                          ".exr", ".webp", ".gif", ".dpx", ".heic", ".jp2",
-                                         ".ico", ".sgi",  ".hdr", ""};
+                                         ".rla", ".sgi",  ".hdr", ""};
 constexpr fmconv::importing::ReadLimits kLimits{512, 1 << 16};
 
 }  // namespace

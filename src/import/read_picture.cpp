@@ -33,14 +33,14 @@ constexpr uint64_t kMaxTiles = 1 << 16;
 
 // The library's picture readers that are used, by its names for them; left
 // out are movies, volumes, camera raw, depth maps, medical and astronomical
-// data, and the library's made-up and terminal images. A file is read by the
-// reader its extension names; failing that, by the first reader that
+// data, the library's made-up and terminal images, and icons (its icon
+// reader writes past its buffer on some malformed files). A file is read by
+// the reader its extension names; failing that, by the first reader that
 // recognises its content, among those whose files begin with a signature.
 // (TGA and RLA files have none: they are read when named so.)
 constexpr std::string_view kPictureFormats[] = {
-    "png", "jpeg", "tiff",   "bmp",      "targa", "psd",       "openexr",
-    "dpx", "webp", "gif",    "jpeg2000", "heif",  "sgi",       "pnm",
-    "ico", "hdr",  "cineon", "iff",      "rla",   "softimage", "dds"};
+    "png",      "jpeg", "tiff", "bmp", "targa", "psd",    "openexr", "dpx", "webp",      "gif",
+    "jpeg2000", "heif", "sgi",  "pnm", "hdr",   "cineon", "iff",     "rla", "softimage", "dds"};
 constexpr std::string_view kUnsignedFormats[] = {"targa", "rla"};
 
 // Readers that multiply colour by alpha unless asked not to, and that say
@@ -191,7 +191,7 @@ OpenedPicture OpenPicture(const std::string& path, std::string& reason) {
     if (!namedError.empty()) {
         reason = namedError;
     } else if (!named.empty() && !namedIsPicture) {
-        reason = "the file is a " + named + " file, not a picture";
+        reason = "the file is of a type not read as a picture (" + named + ")";
     } else {
         reason = "the file is not a picture of a type the picture library reads";
     }
