@@ -62,7 +62,9 @@ double CatmullRom(double x) {
 // onto pixel centres. Shrinking uses Lanczos with 3 lobes, widened to the
 // scaled pixel's footprint so that fine detail averages out instead of
 // aliasing; enlarging uses the Catmull-Rom cubic, which passes through the
-// source pixels. Positions beyond the picture take its edge pixel.
+// source pixels. Positions beyond the picture take its edge pixel. Every
+// position under the filter is listed, zero weights too, so that the first
+// and last source pixel of a kept pixel only move forward along the axis.
 struct Taps {
     std::vector<uint32_t> start;  // per kept pixel, and one past the last
     std::vector<uint32_t> index;
@@ -84,7 +86,6 @@ Taps MakeTaps(uint32_t source, uint32_t scaled, uint32_t first, uint32_t count) 
         for (auto k = static_cast<int64_t>(std::ceil(centre - radius));
              k <= static_cast<int64_t>(std::floor(centre + radius)); ++k) {
             const double w = shrinks ? Lanczos3((k - centre) / widen) : CatmullRom(k - centre);
-            if (w == 0.0) continue;
             taps.index.push_back(
                 static_cast<uint32_t>(std::clamp<int64_t>(k, 0, int64_t{source} - 1)));
             taps.weight.push_back(static_cast<float>(w));
@@ -107,25 +108,34 @@ Taps MakeTaps(uint32_t source, uint32_t scaled, uint32_t first, uint32_t count) 
 // Scales in two passes, across the rows and then down the columns, with
 // colour multiplied by alpha before the filter and divided by the filtered
 // alpha after it, so that a transparent pixel adds nothing to its neighbours.
-// Only the kept window is made.
+// Only the kept window is made, and only the rows that the current line
+// draws on are held filtered across (in a ring: the lines move down the
+// picture, and so do the rows they use).
 RgbaImage Scale(const RgbaImage& in, const Window& window) {
     if (window.width == in.width && window.height == in.height) return Crop(in, window);
     const Taps columns = MakeTaps(in.width, window.width, window.x, window.keptWidth);
     const Taps lines = MakeTaps(in.height, window.height, window.y, window.keptHeight);
-    const auto [lowest, highest] = std::minmax_element(lines.index.begin(), lines.index.end());
-    const uint32_t firstRow = *lowest, rows = *highest - *lowest + 1;
     const std::size_t keptRow = std::size_t{window.keptWidth} * 4;
-
-    // Across: each source row that a kept line uses, weighted by alpha (0..255 scale).
-    std::vector<float> across(rows * keptRow), weighted(std::size_t{in.width} * 4);
-    for (uint32_t r = 0; r < rows; ++r) {
-        const uint8_t* source = &in.rgba[std::size_t{firstRow + r} * in.width * 4];
-        for (std::size_t i = 0; i < weighted.size(); i += 4) {
+    auto rowsOf = [&lines](uint32_t y) {
+        return std::minmax_element(lines.index.begin() + lines.start[y],
+                                   lines.index.begin() + lines.start[y + 1]);
+    };
+    std::size_t ringRows = 1;
+    for (uint32_t y = 0; y < window.keptHeight; ++y) {
+        const auto [lowest, highest] = rowsOf(y);
+        ringRows = std::max<std::size_t>(ringRows, *highest - *lowest + 1);
+    }
+    std::vector<float> ring(ringRows * keptRow), weighted(std::size_t{in.width} * 4);
+    int64_t nextRow = 0;  // the next source row to filter across
+    auto filterAcross = [&](uint32_t row) {
+        const uint8_t* source = &in.rgba[std::size_t{row} * in.width * 4];
+        for (std::size_t i = 0; i < weighted.size(); i += 4) {  // colour weighted, 0..255
             const float a = source[i + 3];
             for (std::size_t c = 0; c < 3; ++c) weighted[i + c] = source[i + c] * a / 255.0f;
             weighted[i + 3] = a;
         }
-        float* out = &across[r * keptRow];
+        float* out = &ring[row % ringRows * keptRow];
+        std::fill_n(out, keptRow, 0.0f);
         for (uint32_t x = 0; x < window.keptWidth; ++x, out += 4) {
             for (uint32_t t = columns.start[x]; t < columns.start[x + 1]; ++t) {
                 const float w = columns.weight[t];
@@ -133,20 +143,24 @@ RgbaImage Scale(const RgbaImage& in, const Window& window) {
                 out[0] += w * p[0], out[1] += w * p[1], out[2] += w * p[2], out[3] += w * p[3];
             }
         }
-    }
+    };
 
-    // Down, then back to straight colour.
     RgbaImage out{window.keptWidth, window.keptHeight, in.hasAlpha, {}};
     out.rgba.resize(keptRow * out.height);
     std::vector<float> line(keptRow);
     auto to8 = [](float v) { return static_cast<uint8_t>(std::clamp(v, 0.0f, 255.0f) + 0.5f); };
     for (uint32_t y = 0; y < out.height; ++y) {
+        const auto [lowest, highest] = rowsOf(y);
+        for (nextRow = std::max<int64_t>(nextRow, *lowest); nextRow <= *highest; ++nextRow) {
+            filterAcross(static_cast<uint32_t>(nextRow));
+        }
         std::fill(line.begin(), line.end(), 0.0f);
         for (uint32_t t = lines.start[y]; t < lines.start[y + 1]; ++t) {
             const float w = lines.weight[t];
-            const float* p = &across[(lines.index[t] - firstRow) * keptRow];
+            const float* p = &ring[lines.index[t] % ringRows * keptRow];
             for (std::size_t i = 0; i < keptRow; ++i) line[i] += w * p[i];
         }
+        // Back to straight colour.
         uint8_t* o = &out.rgba[y * keptRow];
         for (std::size_t i = 0; i < keptRow; i += 4) {
             // Without alpha the filtered alpha is 255 give or take rounding: kept at 255.
