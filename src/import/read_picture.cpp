@@ -227,8 +227,10 @@ ChannelMap MapChannels(const oiio::ImageSpec& spec) {
 }
 
 // Sample handling per type of the samples asked of the library: 8-bit as
-// stored, 16-bit (holding samples of fewer bits scaled up by the reader)
-// rounded to 8 bits, floating point clamped to 0..1 and rounded.
+// stored, 16-bit rounded to 8 bits, floating point clamped to 0..1 and
+// rounded. Samples of 9 to 15 bits come from the readers scaled up to 16
+// bits, not always to the full range (12-bit TIFF samples are shifted), so
+// the file's own sample is recovered first and then rounded.
 struct Samples8 {
     using Type = uint8_t;
     static constexpr oiio::TypeDesc::BASETYPE kType = oiio::TypeDesc::UINT8;

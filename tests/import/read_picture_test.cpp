@@ -181,6 +181,10 @@ TEST(ReadPicture, DeeperAssociatedAndTurnedPictures) {
     // 16 bit: (v x 255 + 32767) / 65535, the halfway points of 0/1, 127/128 and 100/101.
     const uint16_t deep[] = {0, 128, 129, 65535, 32767, 32768, 25828, 25829};
     Write(dir.File("deep.png"), 2, 1, 4, OIIO::TypeDesc::UINT16, deep);
+    // 12 bit (given as 16): (v x 255 + 2047) / 4095 for 265, 538, 4095, 0, 2048, 8.
+    const uint16_t twelve[] = {265 << 4, 538 << 4, 65535, 0, 2048 << 4, 8 << 4};
+    Write(dir.File("twelve.tif"), 2, 1, 3, OIIO::TypeDesc::UINT16, twelve,
+          Set("oiio:BitsPerSample", 12));
     // Colour stored multiplied by alpha: 8-bit TIFF, and half floats in EXR.
     const uint8_t associated[] = {100, 50, 0, 128, 7, 0, 0, 0};
     auto associate = [](OIIO::ImageSpec& spec) { spec.attribute("oiio:UnassociatedAlpha", 0); };
@@ -196,6 +200,7 @@ TEST(ReadPicture, DeeperAssociatedAndTurnedPictures) {
         std::vector<uint8_t> expected;
     } cases[] = {
         {"deep.png", 2, 1, {0, 0, 1, 255, 127, 128, 100, 101}},
+        {"twelve.tif", 2, 1, {17, 34, 255, 255, 0, 128, 0, 255}},
         {"associated.tif", 2, 1, {199, 100, 0, 128, 7, 0, 0, 0}},
         {"linear.exr", 2, 1, {128, 255, 0, 128, 255, 0, 51, 255}},
         {"turned.tif", 2, 3, {4, 4, 4, 255, 1, 1, 1, 255, 5, 5, 5, 255,
