@@ -25,8 +25,15 @@ std::string BenchFolder() {
 // Smooth gradients with a little noise, as a graphic or photo compresses,
 // alpha falling off towards the right; written once per channel count.
 const std::string& Png1080(int channels) {
-    static std::string paths[5];
-    std::string& path = paths[channels];
+    static struct Written {
+        std::string paths[5];
+        ~Written() {
+            for (const std::string& path : paths) {
+                if (!path.empty()) std::filesystem::remove(path);
+            }
+        }
+    } written;
+    std::string& path = written.paths[channels];
     if (!path.empty()) return path;
     path = BenchFolder() + "/bench_import_" + std::to_string(channels) + ".png";
     const std::size_t w = 1920, h = 1080;
