@@ -6,13 +6,6 @@
 #include "import/picture_library.h"
 #include "support/temp_dir.h"
 
-namespace fmconv::importing {
-namespace {
-
-using testing::TempDir;
-
-}  // namespace
-
 // The library's PNG reader leaks a copy of its error message when libpng
 // jumps out of the read of a cut file (a short string per file, inside the
 // library). Its frames carry no frame pointers, so the allocation's stack
@@ -21,7 +14,10 @@ extern "C" const char* __lsan_default_suppressions() {
     return "leak:OpenImageIO_v2_4::ImageInput::geterror\n";
 }
 
+namespace fmconv::importing {
 namespace {
+
+using testing::TempDir;
 
 // Writes a picture with the library, colour kept straight unless `more` says otherwise.
 void Write(const std::string& path, int w, int h, int channels, OIIO::TypeDesc type,
@@ -32,10 +28,8 @@ void Write(const std::string& path, int w, int h, int channels, OIIO::TypeDesc t
     if (more) more(spec);
     ASSERT_TRUE(out && out->open(path, spec) && out->write_image(type, samples)) << path;
 }
-auto Set(const char* name, const char* value) {
-    return [=](OIIO::ImageSpec& spec) { spec.attribute(name, value); };
-}
-auto Set(const char* name, int value) {
+template <typename T>
+auto Set(const char* name, T value) {
     return [=](OIIO::ImageSpec& spec) { spec.attribute(name, value); };
 }
 
