@@ -6,8 +6,8 @@ set -euo pipefail
 packages=(
   g++ clang libclang-rt-dev cmake ninja-build
   googletest libgtest-dev libgmock-dev libbenchmark-dev
-  # previews are written as PNG
-  libpng-dev
+  # previews are written as PNG; today's picture files for fmconv import
+  libpng-dev libopenimageio-dev
   # the desktop window and its tests (Qt's offscreen platform needs a font)
   qt6-base-dev qt6-base-dev-tools libgl-dev fonts-dejavu-core
   # the tests read JSON output with an independent strict parser

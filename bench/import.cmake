@@ -1,0 +1,4 @@
+# Today's picture files: 1080 PNGs read by the picture library alone and by
+# ReadPicture, and a 4K picture fitted into a 1080 frame.
+fmconv_bench(bench_import import_bench.cpp)
+target_link_libraries(bench_import PRIVATE fmconv_import fmconv_oiio)
