@@ -18,6 +18,7 @@
 #include "platform/control_surface.h"
 #include "platform/dialog_host.h"
 #include "platform/free_space.h"
+#include "run/picture_import.h"
 
 namespace fmconv {
 
@@ -44,6 +45,8 @@ struct MainDlgServices {
     // Told of the files a run writes without an entry (the WAV files of an
     // extraction).
     std::function<void(const std::vector<std::string>& paths)> filesWritten;
+    // Pictures a run converts instead of the source list's selection.
+    PictureImport* import = nullptr;
 };
 
 class CMainDlg {

@@ -50,6 +50,7 @@ class MainDlgRunWindow final : public RunWindow {
         if (dlg_.Services().afterFile) dlg_.Services().afterFile(filesDone);
     }
     ConversionContext& Context() override { return dlg_.RunContext(); }
+    PictureImport* Import() override { return dlg_.Services().import; }
 
   private:
     CMainDlg& dlg_;

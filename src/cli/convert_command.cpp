@@ -17,6 +17,7 @@
 #include "app/resources.h"
 #include "base/text.h"
 #include "cli/help.h"
+#include "cli/import_pictures.h"
 #include "cli/json.h"
 #include "platform/headless/headless_host.h"
 #include "run/messages.h"
@@ -44,7 +45,7 @@ bool Contains(const std::vector<std::string>& list, const std::string& value) {
 
 // Reads the arguments; an error text when they are not usable.
 std::optional<std::string> Parse(int argc, char** argv, ConvertRequest& o, bool& quiet,
-                                 bool& help) {
+                                 bool& help, bool import) {
     std::vector<std::string> positional;
     bool onlyNames = false;
     for (int i = 0; i < argc; ++i) {
@@ -68,15 +69,31 @@ std::optional<std::string> Parse(int argc, char** argv, ConvertRequest& o, bool&
             value = arg.substr(eq + 1);
             arg = arg.substr(0, eq);
         }
-        static const std::vector<std::string> kValueOptions = {"--from", "--to", "--sfm-format",
-                                                               "--sfa-format", "--ch"};
+        static const std::vector<std::string> kValueOptions = {
+            "--from", "--to",    "--sfm-format", "--sfa-format", "--ch",
+            "--fit",  "--align", "--aspect",     "--fill",       "--key"};
         if (Contains(kValueOptions, arg) && eq == std::string::npos) {
             if (i + 1 >= argc) return arg + " needs a value";
             value = argv[++i];
         } else if (!Contains(kValueOptions, arg) && eq != std::string::npos) {
             return "option '" + arg + "' takes no value";
         }
-        if (arg == "--from") {
+        // The fitting and keying of imported pictures.
+        static const std::map<std::string, std::pair<std::string ConvertRequest::*,
+                                                     std::vector<std::string>>>
+            kImportOptions = {
+                {"--fit", {&ConvertRequest::fit, {"none", "contain", "cover", "stretch"}}},
+                {"--align", {&ConvertRequest::align, {"top-left", "center"}}},
+                {"--aspect", {&ConvertRequest::aspect, {"4:3", "16:9"}}},
+                {"--fill", {&ConvertRequest::fill, {"straight", "shaped"}}},
+                {"--key", {&ConvertRequest::key, {"auto", "never"}}},
+            };
+        if (const auto it = kImportOptions.find(arg); import && it != kImportOptions.end()) {
+            if (!Contains(it->second.second, value)) {
+                return "unknown " + arg + " value '" + value + "'";
+            }
+            o.*(it->second.first) = value;
+        } else if (arg == "--from" && !import) {
             if (!kSourceCaptions.count(value)) return "unknown --from value '" + value + "'";
             o.from = value;
         } else if (arg == "--to") {
@@ -105,6 +122,21 @@ std::optional<std::string> Parse(int argc, char** argv, ConvertRequest& o, bool&
         } else {
             return "unknown option '" + arg + "'";
         }
+    }
+    if (import) {
+        if (o.to.empty()) return "--to is missing";
+        if (positional.size() < 2) return "DST_DIR and a PICTURE are needed";
+        o.from = "image";
+        o.destDir = positional[0];
+        o.pictures.assign(positional.begin() + 1, positional.end());
+        std::error_code error;
+        if (!std::filesystem::is_directory(o.destDir, error)) return "no folder '" + o.destDir + "'";
+        for (const std::string& picture : o.pictures) {
+            if (!std::filesystem::is_regular_file(picture, error)) {
+                return "no picture file '" + picture + "'";
+            }
+        }
+        return std::nullopt;
     }
     if (o.from.empty()) return "--from is missing";
     if (o.from == "sort" && !o.to.empty()) return "--from sort takes no --to";
@@ -182,19 +214,36 @@ class Progress {
 
 }  // namespace
 
-int ConvertMain(int argc, char** argv) {
+namespace {
+
+int RunMain(int argc, char** argv, bool import) {
+    const char* command = import ? "import" : "convert";
     // Before any thread starts: SIGINT and SIGTERM are taken as Cancel.
     platform::InterruptWatcher interrupts;
     ConvertRequest request;
     bool quiet = false, help = false;
-    const auto error = Parse(argc, argv, request, quiet, help);
+    const auto error = Parse(argc, argv, request, quiet, help, import);
     if (help) {
-        std::cout << HelpText("convert");
+        std::cout << HelpText(command);
         return 0;
     }
-    if (error) return UsageError(std::cerr, "convert", *error);
+    if (error) return UsageError(std::cerr, command, *error);
     request.progressBar = !quiet && ::isatty(2);
+    if (!import) return RunConvert(request, std::cout, std::cerr, &interrupts);
+    LibraryPictures pictures(request);
+    request.import = &pictures;
+    request.explain = [&pictures](const std::string& text) { return pictures.Explain(text); };
     return RunConvert(request, std::cout, std::cerr, &interrupts);
+}
+
+}  // namespace
+
+int ConvertMain(int argc, char** argv) {
+    return RunMain(argc, argv, false);
+}
+
+int ImportMain(int argc, char** argv) {
+    return RunMain(argc, argv, true);
 }
 
 int RunConvert(const ConvertRequest& o, std::ostream& out, std::ostream& err,
@@ -214,6 +263,9 @@ int RunConvert(const ConvertRequest& o, std::ostream& out, std::ostream& err,
         if (box->caption == kCaptionError) stoppedBy = *box;
         progress.Clear();
         err << box->caption << ": " << box->text << std::endl;
+        if (o.explain) {
+            if (const std::string more = o.explain(box->text); !more.empty()) err << more << std::endl;
+        }
     });
     platform::RealFreeSpaceProbe realProbe;
     platform::LegacyFreeSpaceProbe legacyProbe;
@@ -233,7 +285,7 @@ int RunConvert(const ConvertRequest& o, std::ostream& out, std::ostream& err,
         if (o.json) out << "{\"written\": " << JsonStringArray(paths) << "}" << std::endl;
     };
     const std::map<std::string, std::string> settings = {
-        {"Original_File_Directory_Type", kSourceCaptions.at(o.from)},
+        {"Original_File_Directory_Type", kSourceCaptions.at(o.import ? "image" : o.from)},
         {"Convert_File_Directory_Type", o.to.empty() ? "SFM" : kDestCaptions.at(o.to)},
         {"SFMFormat", o.sfmFormat},
         {"SFAFormat", o.sfaFormat},
@@ -242,11 +294,20 @@ int RunConvert(const ConvertRequest& o, std::ostream& out, std::ostream& err,
         const auto it = settings.find(key);
         return it == settings.end() ? defaultValue : it->second;
     };
+    services.import = o.import;
     CMainDlg dlg(services);
     dlg.OnInitDialog();
 
-    host.ScriptFolder(o.sourceDir);
-    dlg.Click(kIdSourceSelectDir);
+    if (o.import) {
+        // The pictures stand for the selection; the source folder shows where
+        // the first one is.
+        const std::string first = o.pictures.empty() ? "." : o.pictures.front();
+        const std::size_t slash = first.rfind('/');
+        dlg.Surface().SetText(kIdSourcePath, slash == std::string::npos ? "." : first.substr(0, slash));
+    } else {
+        host.ScriptFolder(o.sourceDir);
+        dlg.Click(kIdSourceSelectDir);
+    }
     host.ScriptFolder(o.destDir);
     dlg.Click(kIdDestSelectDir);
     if (const auto error = SelectNames(dlg, o.names)) return UsageError(err, "convert", *error);
@@ -258,8 +319,10 @@ int RunConvert(const ConvertRequest& o, std::ostream& out, std::ostream& err,
     // Every entry the run lists goes to standard output as it comes; the
     // progress bar names the file in hand.
     platform::ControlSurface& s = dlg.Surface();
-    std::vector<std::string> selected;
-    for (int index : s.ListSelection(kIdSourceList)) selected.push_back(s.ListText(kIdSourceList, index));
+    std::vector<std::string> selected = o.import ? o.import->Items() : std::vector<std::string>{};
+    if (!o.import) {
+        for (int index : s.ListSelection(kIdSourceList)) selected.push_back(s.ListText(kIdSourceList, index));
+    }
     std::size_t printed = 0;
     s.Subscribe([&](int id) {
         if (id == kIdDestList) {

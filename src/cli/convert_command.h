@@ -2,12 +2,14 @@
 // same window and driver as the desktop.
 #pragma once
 
+#include <functional>
 #include <map>
 #include <ostream>
 #include <string>
 #include <vector>
 
 #include "platform/interrupts.h"
+#include "run/picture_import.h"
 
 namespace fmconv::cli {
 
@@ -22,6 +24,14 @@ struct ConvertRequest {
     bool json = false;  // standard output as JSON lines
     std::string sourceDir, destDir;
     std::vector<std::string> names;  // none: every file the source list shows
+
+    // `fmconv import`: the pictures, and how they are fitted and keyed.
+    std::vector<std::string> pictures;
+    std::string fit = "none", align = "top-left", aspect = "4:3", fill = "straight", key = "auto";
+    // The pictures as the run takes them (instead of a source folder), and
+    // what a picture's failure box is followed by on standard error.
+    PictureImport* import = nullptr;
+    std::function<std::string(const std::string& boxText)> explain;
 };
 
 // Sets the window up as the request says, presses Exec and waits for the
@@ -31,8 +41,10 @@ struct ConvertRequest {
 int RunConvert(const ConvertRequest& request, std::ostream& out, std::ostream& err,
                platform::InterruptWatcher* interrupts = nullptr);
 
-// argv holds the arguments after "convert". Returns the exit code: 0 the run
-// reached its end, 1 it stopped early, 2 a usage error (nothing written).
+// argv holds the arguments after "convert" (or "import"). Returns the exit
+// code: 0 the run reached its end, 1 it stopped early, 2 a usage error
+// (nothing written), 130 interrupted.
 int ConvertMain(int argc, char** argv);
+int ImportMain(int argc, char** argv);
 
 }  // namespace fmconv::cli

@@ -84,6 +84,47 @@ constexpr char kConvert[] =
     "  fmconv convert --from sfm --to sfa --ch 1=left.wav --ch 2=right.wav frames out\n"
     "  fmconv convert --from sf3 --to sfm --json registers back F0001.SF3\n";
 
+constexpr char kImport[] =
+    "usage: fmconv import --to sfm|sf1|sfa|sf3 [options] DST_DIR PICTURE ...\n"
+    "\n"
+    "The picture branch of a run for today's pictures: PNG (8 and 16 bit, grey, palette,\n"
+    "alpha), JPEG, TIFF of any compression, BMP of any depth, TGA, PSD, EXR, DPX, WebP and\n"
+    "what else the picture library reads. Each picture is read as 8-bit RGBA (deeper\n"
+    "samples rounded, no alpha = opaque), placed and fitted as asked, then converted,\n"
+    "named and numbered exactly as convert --from image does a TGA: a fill frame, and a\n"
+    "key frame from the alpha. The pictures are converted in the order given; each may\n"
+    "carry a folder.\n"
+    "\n"
+    "options:\n"
+    "  --to TYPE            sfm, sf1, sfa or sf3\n"
+    "  --fit F              none (default: unscaled), contain (scaled to fit inside the\n"
+    "                       picture area, keeping its shape), cover (scaled to fill it,\n"
+    "                       cropping), stretch (scaled to the area exactly)\n"
+    "  --align A            top-left (default) or center: where an unscaled or contained\n"
+    "                       picture sits\n"
+    "  --aspect R           4:3 (default) or 16:9: the display shape of 576i and 480i,\n"
+    "                       whose pixels are not square\n"
+    "  --fill F             straight (default) or shaped: colour multiplied by alpha,\n"
+    "                       (C x A + 127) / 255, for keyers that expect a shaped fill\n"
+    "  --key K              auto (default: a key frame when the picture has alpha) or never\n"
+    "  --sfm-format, --sfa-format, --ch N=PATH, --legacy-space-check, --quiet, --json\n"
+    "                       as for fmconv convert\n"
+    "  -h, --help           this help\n"
+    "\n"
+    "Scaling filters colour weighted by alpha, so that edges do not fringe. With --fit\n"
+    "none a picture of another size than the picture area is converted with a warning.\n"
+    "A picture that cannot be read stops the run with \"Source file format error [NAME]\"\n"
+    "and the library's reason on the next line.\n"
+    "\n"
+    "%NAMES%"
+    "\n"
+    "Output, exit codes and interruption as for fmconv convert.\n"
+    "\n"
+    "examples:\n"
+    "  fmconv import --to sfm logos LOGO.png\n"
+    "  fmconv import --to sfm --sfm-format 720P --fit contain --align center out still-4k.jpg\n"
+    "  fmconv import --to sf3 --fill shaped --ch 1=music.wav registers a.png b.png\n";
+
 constexpr char kUi[] =
     "usage: fmconv ui [--script FILE] [--real-space-check]\n"
     "\n"
@@ -215,7 +256,7 @@ std::string VersionLine() {
 std::string HelpText(std::string_view command) {
     static const std::map<std::string_view, const char*> kTexts = {
         {"", kOverview}, {"convert", kConvert}, {"ui", kUi},
-        {"demo", kDemo}, {"inspect", kInspect}, {"preview", kPreview}};
+        {"demo", kDemo}, {"inspect", kInspect}, {"preview", kPreview}, {"import", kImport}};
     const auto it = kTexts.find(command);
     return it == kTexts.end() ? std::string() : WithNames(it->second);
 }

@@ -50,6 +50,7 @@ int Dispatch(int argc, char** argv) {
         return RunDemo(args.size() == 2 ? args[1] : "demo-out", std::cout, std::cerr);
     }
     if (command == "convert") return ConvertMain(argc - 2, argv + 2);
+    if (command == "import") return ImportMain(argc - 2, argv + 2);
     if (command == "ui") return UiMain(argc - 2, argv + 2);
     if (command == "inspect") return InspectMain(argc - 2, argv + 2, std::cout, std::cerr);
     if (command == "preview") return PreviewMain(argc - 2, argv + 2, std::cout, std::cerr);

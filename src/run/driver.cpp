@@ -145,6 +145,7 @@ class Run final : public ErrorReporter {
         return Stop();
     }
     std::vector<std::string> SelectedItems() const {
+        if (import_) return import_->Items();
         std::vector<std::string> items;
         for (int index : w_.SelectedSourceItems(kMaxSelectedItems)) {
             items.push_back(w_.SourceItem(index));
@@ -152,6 +153,7 @@ class Run final : public ErrorReporter {
         return items;
     }
     std::string ItemAt(int k) const {
+        if (import_) return import_->Items()[static_cast<std::size_t>(k)];
         return w_.SourceItem(selection_[static_cast<std::size_t>(k)]);
     }
     void FileDone(int k) {
@@ -203,6 +205,7 @@ class Run final : public ErrorReporter {
     int count_ = 0;
     AudioChannelSet set_;
     std::unique_ptr<platform::FolderLock> destinationLock_;
+    PictureImport* import_ = nullptr;
 };
 
 bool Run::HoldDestination() {
@@ -319,8 +322,10 @@ int Run::Execute() {
     }
     wavList_.resize(kWavSlots);
 
+    import_ = w_.Import();
     selection_ = w_.SelectedSourceItems(kMaxSelectedItems);
-    count_ = static_cast<int>(selection_.size());
+    count_ = static_cast<int>(import_ ? std::min(import_->Items().size(), kMaxSelectedItems)
+                                      : selection_.size());
     w_.StartProgress(count_);
     if (!HoldDestination()) return -1;
 
@@ -555,33 +560,41 @@ int Run::RunPictures(Dest dest) {
 
     // Each picture is read and its frames built ahead, on worker threads;
     // the names, the files and everything shown happen here, in order.
-    const auto prepare = [&](const std::string& item, PictureJob& job) {
+    const FrameLayout* layout = GetFrameLayout(frameFormat);
+    // Imported pictures are converted and named as TGA pictures are.
+    const auto prepare = [&](int k, const std::string& item, PictureJob& job) {
         job.item = item;
         job.outOfMemory = false;
-        job.kind = PictureKindOf(ToLowerAscii(ExtensionOf(item)));
+        job.kind = import_ ? PictureKind::kTga : PictureKindOf(ToLowerAscii(ExtensionOf(item)));
         if (!job.kind) return;
         try {
-            PreparePicture(*job.kind, JoinPath(sourceDir_, item), frameFormat, 0, 0,
-                           *job.kind != PictureKind::kBmp, job.picture);
+            if (!import_) {
+                PreparePicture(*job.kind, JoinPath(sourceDir_, item), frameFormat, 0, 0,
+                               *job.kind != PictureKind::kBmp, job.picture);
+            } else if (layout == nullptr) {
+                job.picture.status = kPictureBadFrameFormat;
+            } else {
+                import_->Prepare(k, *layout, true, job.picture);
+            }
         } catch (const std::bad_alloc&) {
             job.outOfMemory = true;
         }
     };
-    const FrameLayout* layout = GetFrameLayout(frameFormat);
     const std::size_t jobBytes = layout ? 4 * std::size_t{layout->planeBytes} : 1;
     Pipeline<PictureJob> pipeline(
         count_, std::min(Workers(), Slots(jobBytes) - 1), Slots(jobBytes),
-        [&](int k, PictureJob& job) { prepare(ItemAt(k), job); },
+        [&](int k, PictureJob& job) { prepare(k, ItemAt(k), job); },
         platform::LowerCurrentThreadPriority);
 
     for (int k = 0; k < count_; ++k) {
         if (w_.CancelRequested()) return Stop();
         PictureJob& job = pipeline.Take(k);
         const std::string item = ItemAt(k);
-        if (job.item != item) prepare(item, job);  // the list changed under the run
+        if (job.item != item) prepare(k, item, job);  // the list changed under the run
         const bool temporary =
             Checked(RunControl::kDestSf1) || Checked(RunControl::kDestSfa) || Checked(RunControl::kDestSf3);
-        const PictureNames names = MakePictureNames(item, R, temporary);
+        const PictureNames names =
+            MakePictureNames(import_ ? std::string(StemOf(item)) + ".tga" : item, R, temporary);
         const std::string fillPath = JoinPath(destDir_, names.mName);
         const std::string keyPath = JoinPath(destDir_, names.sName);
         const std::string& firstName = names.subPicture ? names.sName : names.mName;

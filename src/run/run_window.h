@@ -11,6 +11,7 @@
 
 #include "fmfiles/conversion_context.h"
 #include "platform/dialog_host.h"
+#include "run/picture_import.h"
 
 namespace fmconv {
 
@@ -76,6 +77,9 @@ class RunWindow {
     virtual void AfterFile(int filesDone) = 0;
     // The converters' shared state for this run.
     virtual ConversionContext& Context() = 0;
+    // Pictures given from outside the source list (`fmconv import`), which
+    // the picture branch converts instead of the selection; null for none.
+    virtual PictureImport* Import() = 0;
 };
 
 }  // namespace fmconv

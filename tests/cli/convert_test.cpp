@@ -5,6 +5,7 @@
 
 #include "audio/audio_test_files.h"
 #include "fmfiles/sfm_file.h"
+#include "image/colour_convert.h"
 #include "image/picture_files.h"
 #include "run_fmconv.h"
 #include "support/temp_dir.h"
@@ -293,6 +294,40 @@ TEST_F(ConvertTest, JsonLinesNameEveryFileWritten) {
     EXPECT_EQ(r.outLines, std::vector<std::string>{
                               "{\"stopped\": {\"caption\": \"Error\", \"text\": \"Already exist "
                               "name [LOGO] in [MLOGO.FMEM_001.SFM]\"}}"});
+}
+
+// fmconv import: a picture contained into the frame sits where a person
+// expects it; a picture of another size with --fit none is converted with a
+// warning; one the library cannot read stops the run with the reason.
+TEST_F(ConvertTest, ImportFitsWarnsAndExplains) {
+    TempDir in, out;
+    const Pixel red{255, 0, 0, 0};
+    WriteBytes(in.File("red.bmp"), BmpFile(MakePicture(40, 30, [&](uint32_t, uint32_t) { return red; })));
+    ProcessResult r = RunFmconv(in.path(), {"import", "--quiet", "--to", "sfm", "--fit", "contain",
+                                            "--align", "center", out.path(), "red.bmp"});
+    ASSERT_EQ(r.exitCode, 0) << r.err;
+    EXPECT_EQ(Entries(r), std::vector<std::string>{"Mred.FMEM_001.SFM"});
+    PictureFrame frame;
+    const FrameLayout& layout = *GetFrameLayout(kFrameFormat1080);
+    ASSERT_TRUE(DecodeSfmPicture(ReadBytes(out.File("Mred.FMEM_001.SFM")), layout, frame));
+    // 40 x 30 scaled by 36 to 1440 x 1080, centred: columns 240 to 1679.
+    const uint16_t redY = ToYCbCr(ColourMatrix::kBt709, red).y;  // 250
+    for (uint32_t line : {0u, 540u, 1079u}) {
+        EXPECT_EQ(frame.lumaLine(line)[237], 64) << line;
+        EXPECT_NEAR(frame.lumaLine(line)[243], redY, 2) << line;
+        EXPECT_NEAR(frame.lumaLine(line)[1676], redY, 2) << line;
+        EXPECT_EQ(frame.lumaLine(line)[1682], 64) << line;
+    }
+    WriteText(in.File("bad.png"), "not a picture");
+    TempDir out2;
+    r = RunFmconv(in.path(), {"import", "--quiet", "--to", "sfm", out2.path(), "red.bmp", "bad.png"});
+    EXPECT_EQ(r.exitCode, 1);
+    ASSERT_EQ(r.errLines.size(), 3u) << r.err;
+    EXPECT_EQ(r.errLines[0],
+              "fmconv import: warning: red.bmp is 40 x 30, the frame's picture is 1920 x 1080");
+    EXPECT_EQ(r.errLines[1], "Error: Source file format error [bad.png]");
+    EXPECT_FALSE(r.errLines[2].empty());  // the library's reason
+    EXPECT_EQ(Entries(r), std::vector<std::string>{"Mred.FMEM_001.SFM"});
 }
 
 }  // namespace

@@ -1,7 +1,13 @@
 #include <OpenImageIO/imageio.h>
 #include <gtest/gtest.h>
 
+#include <filesystem>
 #include <functional>
+#include <map>
+#include <sstream>
+
+#include "cli/convert_command.h"
+#include "cli/import_pictures.h"
 
 #include "import/picture_library.h"
 #include "support/temp_dir.h"
@@ -110,7 +116,56 @@ std::vector<uint8_t> AsRgba(const std::vector<uint8_t>& samples, std::size_t cha
     return rgba;
 }
 
-TEST(ReadPicture, EightBitPicturesComeOutAsStored) {
+// A run of `fmconv import` on a picture gives, under the same names, the very
+// bytes that `fmconv convert --from image` gives for a TGA of the pixels
+// expected from it (32-bit with alpha, else 24-bit); `shaped` imports with a
+// shaped fill, and compares with the TGA of the colour multiplied by alpha.
+void ExpectRunsAgree(const std::string& picture, std::vector<uint8_t> rgba, uint32_t w,
+                     uint32_t h, bool alpha, bool shaped = false, bool keyNever = false) {
+    // Both runs write into the same folder: a frame's header reads its name
+    // back from the full path, where a capital M or S of a short folder may
+    // stand in for the letter.
+    TempDir tga, dest;
+    const std::string file = picture.substr(picture.rfind('/') + 1);
+    const std::string stem = file.substr(0, file.rfind('.'));
+    if (shaped) {
+        RgbaImage image{w, h, true, rgba};
+        ShapeFill(image);
+        rgba = image.rgba;
+    }
+    std::vector<uint8_t> bytes = Tga(rgba, uint8_t(w), uint8_t(h), true);
+    if (!alpha) {  // 24-bit: the same without the alpha bytes
+        bytes = {bytes.begin(), bytes.begin() + 18};
+        bytes[16] = 24;
+        for (std::size_t i = 0; i < rgba.size(); i += 4) {
+            bytes.insert(bytes.end(), {rgba[i + 2], rgba[i + 1], rgba[i]});
+        }
+    }
+    testing::WriteBytes(tga.File(stem + ".tga"), bytes);
+    const auto run = [&](bool import) {
+        std::ostringstream out, err;
+        cli::ConvertRequest request;
+        request.from = "image", request.to = "sfm", request.sfmFormat = "576i/50";
+        request.sourceDir = tga.path(), request.destDir = dest.path();
+        request.pictures = {picture};
+        request.fill = shaped ? "shaped" : "straight";
+        request.key = keyNever ? "never" : "auto";
+        cli::LibraryPictures pictures(request);
+        if (import) request.import = &pictures;
+        EXPECT_EQ(cli::RunConvert(request, out, err), 0) << picture << ": " << err.str();
+        std::map<std::string, std::vector<uint8_t>> files;
+        for (const auto& entry : std::filesystem::directory_iterator(dest.path())) {
+            files[entry.path().filename().string()] = testing::ReadBytes(entry.path().string());
+            std::filesystem::remove(entry.path());
+        }
+        return files;
+    };
+    const auto viaImport = run(true), viaTga = run(false);
+    EXPECT_EQ(viaTga.size(), alpha ? 2u : 1u) << picture;
+    EXPECT_TRUE(viaImport == viaTga) << picture;
+}
+
+TEST(ReadPicture, EightBitPicturesComeOutAsStoredAndConvertAsTheirTga) {
     // 4 x 2 pixels, varied, with colour under alpha 0 in the first.
     TempDir dir;
     const uint32_t w = 4, h = 2;
@@ -167,7 +222,11 @@ TEST(ReadPicture, EightBitPicturesComeOutAsStored) {
         EXPECT_EQ(image.height, h) << c.name;
         EXPECT_EQ(image.hasAlpha, c.channels % 2 == 0) << c.name;
         EXPECT_EQ(image.rgba, AsRgba(c.samples, c.channels)) << c.name;
+        ExpectRunsAgree(dir.File(c.name), AsRgba(c.samples, c.channels), w, h,
+                        c.channels % 2 == 0);
     }
+    ExpectRunsAgree(dir.File("rgba.png"), rgba, w, h, true, true);         // a shaped fill
+    ExpectRunsAgree(dir.File("rgba.png"), rgba, w, h, false, false, true);  // no key
 }
 
 TEST(ReadPicture, DeeperAssociatedAndTurnedPictures) {
@@ -207,6 +266,7 @@ TEST(ReadPicture, DeeperAssociatedAndTurnedPictures) {
         EXPECT_EQ(image.height, c.h) << c.name;
         EXPECT_EQ(image.rgba, c.expected) << c.name;
     }
+    ExpectRunsAgree(dir.File("deep.png"), {0, 0, 1, 255, 127, 128, 100, 101}, 2, 1, true);
 }
 
 TEST(ReadPicture, HostileFilesAreRefusedInOneLine) {
