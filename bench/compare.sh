@@ -7,6 +7,8 @@
 #   30 x 1080 32-bit TGA -> fill + key SFM   against the floor (read the
 #                                            inputs, write the outputs' bytes)
 #   30 SFM -> SFA 1080i/59.94, 16 channels   against copying the outputs
+#   30 x 1920x1080 PNG, fmconv import        against the picture library alone
+#                                            decoding the same PNGs
 #
 # Five rounds, the commands alternating within each round; the table gives
 # medians, ratios and fmconv's peak memory. Installs ffmpeg and GNU time for
@@ -29,8 +31,9 @@ fi
 
 bash tools/deps.sh
 cmake --preset release >/dev/null
-cmake --build --preset release -j "$(nproc)" --target fmconv >/dev/null
+cmake --build --preset release -j "$(nproc)" --target fmconv decode_pictures >/dev/null
 fmconv=$root/build/release/src/cli/fmconv
+decode=$root/build/release/bench/decode_pictures
 
 work=${1:-$(mktemp -d)}
 mkdir -p "$work"
@@ -50,6 +53,11 @@ if [ ! -f bmp/p030.bmp ]; then
       -c:a pcm_s24le "wav/ch$ch.wav"
   done
   "$fmconv" convert --quiet --from image --to sfm bmp sfm >/dev/null
+fi
+if [ ! -f png/p030.png ]; then
+  mkdir -p png
+  ffmpeg -loglevel error -f lavfi -i testsrc2=size=1920x1080:rate=30 -frames:v 30 \
+    -start_number 1 png/p%03d.png
 fi
 channels=()
 for ch in $(seq 1 16); do channels+=(--ch "$ch=wav/ch$ch.wav"); done
@@ -86,6 +94,9 @@ for round in $(seq 1 $rounds); do
   fresh sfa; record fmconv_sfa "$fmconv" convert --quiet --from sfm --to sfa \
     --sfa-format 1080i/59.94 "${channels[@]}" sfm sfa
   rm -f one.bin; record floor_sfa sh -c 'cat sfa/*.SFA > one.bin'
+
+  fresh out; record fmconv_png "$fmconv" import --quiet --to sfm out png/*.png
+  record library_png sh -c "\"$decode\" png/*.png"
 done
 
 median() { tr ' ' '\n' | grep -v '^$' | sort -g | awk '{a[NR]=$1} END {print a[int((NR+1)/2)]}'; }
@@ -102,6 +113,9 @@ printf '%-40s %9s %9s %9s %12s %12s %10s\n' "1080 32-bit TGA -> fill + key SFM" 
   "-" "$(m floor_tga)" "-" "$(ratio "$(m fmconv_tga)" "$(m floor_tga)")" "$(mib "${peaks[fmconv_tga]}")"
 printf '%-40s %9s %9s %9s %12s %12s %10s\n' "SFM -> SFA 1080i/59.94, 16 channels" "$(m fmconv_sfa)" \
   "-" "$(m floor_sfa)" "-" "$(ratio "$(m fmconv_sfa)" "$(m floor_sfa)")" "$(mib "${peaks[fmconv_sfa]}")"
+printf '%-40s %9s %9s %9s %12s %12s %10s\n' "1920x1080 PNG, fmconv import -> SFM" "$(m fmconv_png)" \
+  "-" "$(m library_png)" "-" "$(ratio "$(m fmconv_png)" "$(m library_png)")" "$(mib "${peaks[fmconv_png]}")"
 echo
 echo "floors: BMP = cat the BMPs into one file; TGA = read the TGAs, write the outputs' bytes;"
-echo "SFA = cat the SFA outputs into one file. Work folder: $work"
+echo "SFA = cat the SFA outputs into one file; PNG = the picture library alone decoding them."
+echo "Work folder: $work"
