@@ -230,7 +230,13 @@ int RunMain(int argc, char** argv, bool import) {
     if (error) return UsageError(std::cerr, command, *error);
     request.progressBar = !quiet && ::isatty(2);
     if (!import) return RunConvert(request, std::cout, std::cerr, &interrupts);
-    LibraryPictures pictures(request);
+    std::string why;
+    const importing::PictureReaderModule* reader = LoadPictureReader(&why);
+    if (!reader) {
+        std::cerr << "fmconv import: the picture library cannot be loaded: " << why << std::endl;
+        return 1;
+    }
+    LibraryPictures pictures(request, *reader);
     request.import = &pictures;
     request.explain = [&pictures](const std::string& text) { return pictures.Explain(text); };
     return RunConvert(request, std::cout, std::cerr, &interrupts);

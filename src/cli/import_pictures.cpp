@@ -1,14 +1,36 @@
 #include "cli/import_pictures.h"
 
+#include <memory>
+
 #include "base/text.h"
 #include "image/rgba_reader.h"
-#include "import/picture_library.h"
+#include "platform/dynamic_library.h"
 #include "run/messages.h"
 
 namespace fmconv::cli {
 
-LibraryPictures::LibraryPictures(const ConvertRequest& request)
-    : paths_(request.pictures),
+const importing::PictureReaderModule* LoadPictureReader(std::string* error) {
+    static std::string reason;
+    static const importing::PictureReaderModule* reader = [] {
+        const std::string path =
+            platform::ExecutableFolder() + "/" + importing::kPictureModuleFile;
+        static std::unique_ptr<platform::DynamicLibrary> module =
+            platform::DynamicLibrary::Open(path, &reason);
+        if (!module) return static_cast<const importing::PictureReaderModule*>(nullptr);
+        using Entry = const importing::PictureReaderModule* (*)();
+        const auto entry =
+            reinterpret_cast<Entry>(module->Symbol(importing::kPictureModuleSymbol));
+        if (!entry) reason = path + " has no picture reader";
+        return entry ? entry() : nullptr;
+    }();
+    if (!reader && error) *error = reason;
+    return reader;
+}
+
+LibraryPictures::LibraryPictures(const ConvertRequest& request,
+                                 const importing::PictureReaderModule& reader)
+    : reader_(reader),
+      paths_(request.pictures),
       reasons_(request.pictures.size()),
       fit_(request.fit),
       align_(request.align),
@@ -28,7 +50,7 @@ void LibraryPictures::Prepare(int index, const FrameLayout& layout, bool wantKey
     out.traces.clear();
     const std::size_t k = static_cast<std::size_t>(index);
     importing::RgbaImage picture;
-    reasons_[k] = importing::ReadPicture(paths_[k], picture);
+    reasons_[k] = reader_.read(paths_[k], picture, importing::ReadLimits{});
     if (!reasons_[k].empty()) {
         out.status = kPictureNotAccepted;
         return;

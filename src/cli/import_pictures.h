@@ -7,13 +7,18 @@
 #include <vector>
 
 #include "cli/convert_command.h"
+#include "import/picture_library.h"
 #include "run/picture_import.h"
 
 namespace fmconv::cli {
 
+// The picture reader of the module beside the executable, loaded once; null
+// with the reason in *error when it cannot be loaded.
+const importing::PictureReaderModule* LoadPictureReader(std::string* error);
+
 class LibraryPictures final : public PictureImport {
   public:
-    explicit LibraryPictures(const ConvertRequest& request);
+    LibraryPictures(const ConvertRequest& request, const importing::PictureReaderModule& reader);
 
     const std::vector<std::string>& Items() const override { return items_; }
     void Prepare(int index, const FrameLayout& layout, bool wantKey,
@@ -23,6 +28,7 @@ class LibraryPictures final : public PictureImport {
     std::string Explain(const std::string& boxText) const;
 
   private:
+    const importing::PictureReaderModule& reader_;
     std::vector<std::string> paths_, items_;
     std::vector<std::string> reasons_;  // by picture; written by the one thread preparing it
     std::string fit_, align_, aspect_;

@@ -74,6 +74,14 @@ struct Placed {
 // fit other than kNone, comes back unscaled at offset 0.
 Placed FitPicture(const RgbaImage& in, const FitRequest& request);
 
+// The reader as the module that holds it exports it: `fmconv import` loads
+// the module (and with it the picture library) only when it runs.
+struct PictureReaderModule {
+    decltype(&ReadPicture) read;
+};
+inline constexpr char kPictureModuleFile[] = "fmconv-pictures.so";
+inline constexpr char kPictureModuleSymbol[] = "fmconv_picture_reader";
+
 // Multiplies colour by alpha for keyers that expect a shaped fill:
 // R' = (R x A + 127) / 255, likewise G and B; alpha unchanged.
 void ShapeFill(RgbaImage& image);

@@ -150,7 +150,8 @@ void ExpectRunsAgree(const std::string& picture, std::vector<uint8_t> rgba, uint
         request.pictures = {picture};
         request.fill = shaped ? "shaped" : "straight";
         request.key = keyNever ? "never" : "auto";
-        cli::LibraryPictures pictures(request);
+        const PictureReaderModule reader{&ReadPicture};
+        cli::LibraryPictures pictures(request, reader);
         if (import) request.import = &pictures;
         EXPECT_EQ(cli::RunConvert(request, out, err), 0) << picture << ": " << err.str();
         std::map<std::string, std::vector<uint8_t>> files;
