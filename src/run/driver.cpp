@@ -193,7 +193,7 @@ class Run final : public ErrorReporter {
     static int Slots(std::size_t bytes) {
         return static_cast<int>(
             std::clamp<std::size_t>(kPreparedBudget / std::max<std::size_t>(bytes, 1), 2,
-                                    static_cast<std::size_t>(Workers()) + 2));
+                                    static_cast<std::size_t>(Workers()) + 1));
     }
     static int Workers() { return static_cast<int>(std::max(1u, std::thread::hardware_concurrency())); }
 
