@@ -9,8 +9,10 @@
 #include "gui/main_window.h"
 #include "gui/qt_host.h"
 #include "platform/free_space.h"
+#include "platform/interrupts.h"
 
 int main(int argc, char** argv) {
+    fmconv::platform::TreatFileSizeLimitAsFullDisk();
     QApplication application(argc, argv);
     bool realSpaceCheck = false;
     for (int i = 1; i < argc; ++i) {
