@@ -2,8 +2,6 @@
 
 #include <gtest/gtest.h>
 
-#include <cstring>
-
 #include "support/temp_dir.h"
 
 namespace fmconv {
@@ -11,10 +9,9 @@ namespace {
 
 TEST(RegisterTrailer, LayoutValidityAndTheInnerName) {
     const RegisterTrailer t = BuildRegisterTrailer("MLOGO.FMEM_001.SFM");
-    for (std::size_t i = 0; i < 256; ++i) ASSERT_EQ(t[i], 0) << i;
-    EXPECT_EQ(std::memcmp(&t[256], "SFM1\0\0\0\0MLOGO.FMEM_001.SFM", 26), 0);
-    for (std::size_t i = 264 + 18; i < 300; ++i) ASSERT_EQ(t[i], 0) << i;
-    EXPECT_EQ(std::memcmp(&t[300], "VVVV", 4), 0);
+    const std::string want = std::string(256, '\0') + "SFM1" + std::string(4, '\0') +
+                             "MLOGO.FMEM_001.SFM" + std::string(14 + 4, '\0') + "VVVV";
+    EXPECT_EQ(std::string(t.begin(), t.end()), want);
     EXPECT_TRUE(IsValidRegisterTrailer(t));
     EXPECT_EQ(TrailerInnerName(t), "MLOGO.FMEM_001.SFM");
 

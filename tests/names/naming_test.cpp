@@ -19,6 +19,7 @@ TEST(FrameMemoryName, ReadBack) {
         {"MX.FMEM_001.SFM", 'M', "X", 1, "FMEM_001.SFM"},
         // The fourth digit (or "_") is not checked.
         {"MLOGO.FMEM#123.SFM", 'M', "LOGO", 123, "FMEM#123.SFM"},
+        {"MLOGO.FMEM_999.SFM.TMP", 'M', "LOGO", 999, "FMEM_999.SFM"},
         // The leftmost M or S within reach wins, even inside the name ...
         {"MSMALL.FMEM_001.SFM", 'M', "SMALL", 1, "FMEM_001.SFM"},
         {"xMSG.FMEM_001.SFM", 'M', "SG", 1, "FMEM_001.SFM"},
@@ -37,8 +38,11 @@ TEST(FrameMemoryName, ReadBack) {
         EXPECT_EQ(parts->registerNumber, c.number);
         EXPECT_EQ(parts->fileTail, c.tail);
     }
+    // FMEM_1000, the key name a picture gets at R = 999, puts "FMEM_" where
+    // ".FMEM" must stand.
     for (const char* text : {"MLOGO.FMEM_007.sfm", "MLOGO.FMEM_0a7.SFM", "MLOGO.fmem_007.SFM",
-                             "MLOGO.FMEM_007.SFM.tmp", "LOGO.FMEM_007.SFM", "M.FMEM_007.SFM"}) {
+                             "MLOGO.FMEM_007.SFM.tmp", "LOGO.FMEM_007.SFM", "M.FMEM_007.SFM",
+                             "SLOGO.FMEM_1000.SFM.TMP"}) {
         EXPECT_FALSE(ReadFrameMemoryName(text).has_value()) << text;
     }
 }
@@ -104,15 +108,6 @@ TEST(PictureNames, BaseExtensionAndNumbers) {
         EXPECT_EQ(n.mName, c.m);
         EXPECT_EQ(n.sName, c.s);
     }
-}
-
-TEST(PictureNames, KeyNameAt999IsNoFrameMemoryName) {
-    // FMEM_1000.SFM puts "FMEM_" where ".FMEM" must stand, so the key name
-    // made at R = 999 does not read back; the fill name does.
-    const PictureNames n = MakePictureNames("LOGO.tga", 999, true);
-    EXPECT_FALSE(ReadFrameMemoryName(n.sName).has_value());
-    ASSERT_TRUE(ReadFrameMemoryName(n.mName).has_value());
-    EXPECT_EQ(ReadFrameMemoryName(n.mName)->registerNumber, 999);
 }
 
 TEST(Naming, SmallRules) {
