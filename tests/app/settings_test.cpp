@@ -96,20 +96,6 @@ TEST_F(WindowTest, TheLastCheckedControlInIdOrderIsWritten) {
     }
 }
 
-TEST_F(WindowTest, OtherSectionsAndKeysSurviveByteForByte) {
-    const std::string before =
-        "; system manager\n[Network]\nHost=10.0.0.1\n\n[FILEMANAGER]\nLastUser=op\n"
-        "SFMFormat=720P\nOriginal_File_Directory_Type=SFA\n\n[Tail]\nx=\"y\"\n";
-    WriteText(Settings(), before);
-    Open();
-    EXPECT_TRUE(Checked(kIdSfm720p));
-    dlg->OnCancel();
-    EXPECT_EQ(ReadText(Settings()),
-              "; system manager\n[Network]\nHost=10.0.0.1\n\n[FILEMANAGER]\nLastUser=op\n"
-              "SFMFormat=720P\nOriginal_File_Directory_Type=SFA\n"
-              "Convert_File_Directory_Type=SFM\nSFAFormat=1080i/59.94\n\n[Tail]\nx=\"y\"\n");
-}
-
 TEST_F(WindowTest, TheSettingsFileFollowsTheCurrentDirectoryOfTheMoment) {
     WriteText(Settings(), "[FILEMANAGER]\r\nSFMFormat=720P\r\n");
     Open();
