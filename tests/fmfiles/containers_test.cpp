@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cstring>
 
 #include "fmfiles/register_file.h"
@@ -22,9 +23,7 @@ class ContainersTest : public ::testing::Test {
     platform::FixedFreeSpaceProbe plenty{int64_t{1} << 40};
     ConversionContext ctx;
 
-    void SetUp() override {
-        ctx.freeSpace = &plenty;
-    }
+    void SetUp() override { ctx.freeSpace = &plenty; }
     // Bytes that count up, so that any shift shows; a trailer when named.
     static std::vector<uint8_t> Frame(std::size_t size, const std::string& inner = "") {
         std::vector<uint8_t> bytes(size);
@@ -44,6 +43,10 @@ class ContainersTest : public ::testing::Test {
                          PackVariant variant = PackVariant::kPlain) {
         return PackRegisterFile(src.path(), name, dst.path(), f, kind, variant, ctx);
     }
+    std::string Unpack(const TempDir& from, const std::string& item, const TempDir& to,
+                       UnpackVariant variant = UnpackVariant::kTrailer) {
+        return UnpackRegisterFile(from.path(), item, to.path(), variant, ctx).text;
+    }
 };
 
 TEST_F(ContainersTest, PackingAndUnpackingAreExactOpposites) {
@@ -53,18 +56,14 @@ TEST_F(ContainersTest, PackingAndUnpackingAreExactOpposites) {
     const auto packed = ReadBytes(dst.File("F0007.SF1"));
     EXPECT_EQ(packed, Frame(1000, "MLOGO.FMEM_001.SFM"));
     TempDir out;
-    EXPECT_EQ(
-        UnpackRegisterFile(dst.path(), "F0007.SF1", out.path(), UnpackVariant::kTrailer, ctx).text,
-        "MLOGO.FMEM_001.SFM");
+    EXPECT_EQ(Unpack(dst, "F0007.SF1", out), "MLOGO.FMEM_001.SFM");
     EXPECT_EQ(ReadBytes(out.File("MLOGO.FMEM_001.SFM")), Frame(1000));
 
     // SF3 answers the whole list item; unpacking it trusts the item's name.
     WriteBytes(src.File("MLOGO.FMEM_007.SFA"), Frame(500));
     EXPECT_EQ(Pack("MLOGO.FMEM_007.SFA", 7, RegisterKind::kSf3).text,
               "F0007.SF3(MLOGO.FMEM_007.SFA)");
-    EXPECT_EQ(UnpackRegisterFile(dst.path(), "F0007.SF3(SOTHER.FMEM_009.SFA)", out.path(),
-                                 UnpackVariant::kListItem, ctx)
-                  .text,
+    EXPECT_EQ(Unpack(dst, "F0007.SF3(SOTHER.FMEM_009.SFA)", out, UnpackVariant::kListItem),
               "SOTHER.FMEM_009.SFA");
     EXPECT_EQ(ReadBytes(out.File("SOTHER.FMEM_009.SFA")), Frame(500));
 }
@@ -103,10 +102,8 @@ TEST_F(ContainersTest, RenumberingKeepsTheEmbeddedFrame) {
         ASSERT_EQ(r.text, c.result);
         const std::string file = r.text.substr(0, 9), inner = r.text.substr(10, r.text.size() - 11);
         const auto out = ReadBytes(dst.File(file));
-        const std::size_t body = out.size() - 304;
-        EXPECT_EQ(
-            std::vector<uint8_t>(out.begin(), out.begin() + static_cast<std::ptrdiff_t>(body)),
-            Frame(body));
+        const std::vector<uint8_t> body = Frame(out.size() - 304);
+        EXPECT_TRUE(std::equal(body.begin(), body.end(), out.begin()));
         EXPECT_EQ(InnerName(out), inner);
     }
 }
@@ -116,17 +113,14 @@ TEST_F(ContainersTest, FailurePathsGiveTheirResults) {
     WriteBytes(src.File("F0001.SF1"), Frame(100));                       // shorter than a trailer
     WriteBytes(src.File("F0002.SF1"), std::vector<uint8_t>(1000, 'A'));  // no trailer at all
     WriteBytes(src.File("F0003.SF1"), Frame(1000, "../escaped.SFM"));
-    const auto unpack = [&](const char* name) {
-        return UnpackRegisterFile(src.path(), name, dst.path(), UnpackVariant::kTrailer, ctx).text;
-    };
     // A missing source: its length is unknown, so the space test gives up quietly.
     EXPECT_EQ(Pack("missing.SFM", 1, RegisterKind::kSf1).text, "");
-    EXPECT_EQ(unpack("missing.SF1"), "");
-    EXPECT_EQ(unpack("F0001.SF1"), "");  // the name reads empty
+    EXPECT_EQ(Unpack(src, "missing.SF1", dst), "");
+    EXPECT_EQ(Unpack(src, "F0001.SF1", dst), "");  // the name reads empty
     // No trailer: the last 304 bytes go all the same, the name is what stands there.
-    EXPECT_EQ(unpack("F0002.SF1"), std::string(32, 'A'));
+    EXPECT_EQ(Unpack(src, "F0002.SF1", dst), std::string(32, 'A'));
     EXPECT_EQ(ReadBytes(dst.File(std::string(32, 'A'))).size(), 696u);
-    EXPECT_EQ(unpack("F0003.SF1"), "");  // a name that leads out of the destination
+    EXPECT_EQ(Unpack(src, "F0003.SF1", dst), "");  // a name that leads out of the destination
     EXPECT_FALSE(testing::FileExists(src.path() + "/../escaped.SFM"));
 
     platform::FixedFreeSpaceProbe little(999), unknown(-1);
