@@ -44,11 +44,8 @@ TEST(SfmHeader, FieldsReadBackFromTheName) {
         EXPECT_EQ(std::memcmp(&h[28], fixed, sizeof fixed), 0);
         EXPECT_EQ(ReadBe16(&h[62]), c.register62);
     }
-    for (const char* path : {"MLOGO.FMEM_07.SFM", "mlogo.fmem_007.sfm", "xlogo.FMEM_007.SFM",
-                             "MLOGO.FMEM_007.SFA", "MLOGO.FMEM_007.SFM.tmp", ".FMEM_007.SFM", ""}) {
-        SfmHeader h;
-        EXPECT_FALSE(BuildSfmHeader(path, h, 0, 0)) << path;
-    }
+    SfmHeader h;  // no frame-memory name (the naming tests hold the rule's cases)
+    EXPECT_FALSE(BuildSfmHeader("MLOGO.FMEM_007.SFA", h, 0, 0));
 }
 
 std::vector<uint8_t> Frame(int format, const PictureFrame& picture, const char* name) {

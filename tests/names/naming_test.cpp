@@ -42,7 +42,8 @@ TEST(FrameMemoryName, ReadBack) {
     // ".FMEM" must stand.
     for (const char* text : {"MLOGO.FMEM_007.sfm", "MLOGO.FMEM_0a7.SFM", "MLOGO.fmem_007.SFM",
                              "MLOGO.FMEM_007.SFM.tmp", "LOGO.FMEM_007.SFM", "M.FMEM_007.SFM",
-                             "SLOGO.FMEM_1000.SFM.TMP"}) {
+                             "SLOGO.FMEM_1000.SFM.TMP", "MLOGO.FMEM_07.SFM", "MLOGO.FMEM_007.SFA",
+                             ".FMEM_007.SFM", ""}) {
         EXPECT_FALSE(ReadFrameMemoryName(text).has_value()) << text;
     }
 }
