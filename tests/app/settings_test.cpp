@@ -1,6 +1,10 @@
+// Start-up: the single-instance guard and the settings file.
+#include <unistd.h>
+
 #include <algorithm>
 #include <cstdio>
 
+#include "app/converter_app.h"
 #include "window_fixture.h"
 
 namespace fmconv::testing {
@@ -104,6 +108,32 @@ TEST_F(WindowTest, TheSettingsFileFollowsTheCurrentDirectoryOfTheMoment) {
     dlg->OnCancel();
     EXPECT_TRUE(FileExists(cwd + "/ParvoClient.usr"));
     EXPECT_EQ(ReadText(Settings()), "[FILEMANAGER]\r\nSFMFormat=720P\r\n");
+}
+
+// While a first copy runs its window, a second one ends at once, silently and
+// without a window; once the first has ended, a new copy runs its window.
+// (The guard is a lock on an open file, so two copies in one process meet it
+// as two processes do; the desktop test starts the real program twice.)
+TEST(ConverterApp, ASecondInstanceEndsAtOnceAndSilently) {
+    const std::string name = "converter app test " + std::to_string(::getpid());
+    CConverterApp first(name);
+    bool firstRan = false, secondRan = false, thirdRan = false;
+    EXPECT_FALSE(first.InitInstance([&] {
+        firstRan = true;
+        CConverterApp second(name);
+        EXPECT_FALSE(second.InitInstance([&] { secondRan = true; }));
+        EXPECT_TRUE(second.SecondInstance());
+    }));
+    EXPECT_TRUE(firstRan);
+    EXPECT_FALSE(secondRan);
+    EXPECT_FALSE(first.SecondInstance());
+    first.ExitInstance();
+
+    CConverterApp third(name);
+    EXPECT_FALSE(third.InitInstance([&] { thirdRan = true; }));
+    EXPECT_TRUE(thirdRan);
+    third.ExitInstance();
+    ::unlink(platform::InstanceLock::PathFor(name).c_str());
 }
 
 }  // namespace
