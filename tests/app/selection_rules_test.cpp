@@ -26,7 +26,6 @@ const struct {
 };
 
 struct RuleCase {
-    const char* what;
     const char* source;  // the settings the window opens with
     const char* dest;
     int click;    // the control clicked once both folders are set
@@ -37,36 +36,24 @@ struct RuleCase {
 };
 
 const RuleCase kRuleCases[] = {
-    {"SFM clicked while SFM is the destination", "Image File", "SFM", kIdSourceSfm, false,
-     kIdSourceSfm, kIdDestSfa, false, true, kSfaFiles},
-    {"SFM clicked while SF1 is the destination", "Image File", "SF1", kIdSourceSfm, false,
-     kIdSourceSfm, kIdDestSf1, false, false, kSf1Files},
-    {"SFM as destination while SFM is the source", "SFM", "SFA", kIdDestSfm, true, kIdSourceSf1,
-     kIdDestSfm, false, false, kSfmFiles},
-    {"SF3 clicked while SFA is the destination", "Image File", "SFA", kIdSourceSf3, false,
-     kIdSourceSf3, kIdDestSfa, false, false, kSfaFiles},
-    {"SF3 clicked while SF1 is the destination", "Image File", "SF1", kIdSourceSf3, false,
-     kIdSourceSf3, kIdDestSfa, false, false, kSfaFiles},
-    {"SFA clicked with SFM already the destination refreshes nothing", "Image File", "SFM",
-     kIdSourceSfa, false, kIdSourceSfa, kIdDestSfm, false, false, kNothing},
-    {"SFA clicked while SF1 is the destination", "Image File", "SF1", kIdSourceSfa, false,
-     kIdSourceSfa, kIdDestSfm, false, false, kSfmFiles},
-    {"SF1 clicked while SFA is the destination", "Image File", "SFA", kIdSourceSf1, false,
-     kIdSourceSf1, kIdDestSfm, false, false, kSfmFiles},
-    {"Image File clicked keeps the destination and refreshes nothing", "SFA", "SF3",
-     kIdSourceImage, false, kIdSourceImage, kIdDestSf3, false, true, kNothing},
-    {"SF3 destination clicked with pictures", "Image File", "SFM", kIdDestSf3, false,
-     kIdSourceImage, kIdDestSf3, false, true, kSf3Files},
-    {"SF1 destination clicked with pictures", "Image File", "SFA", kIdDestSf1, false,
-     kIdSourceImage, kIdDestSf1, true, false, kSf1Files},
-    {"SF3 destination clicked from SFA", "SFA", "SFM", kIdDestSf3, false, kIdSourceSfa,
-     kIdDestSf3, false, false, kSf3Files},
-    {"SFA as destination while SFA is the source", "SFA", "SF3", kIdDestSfa, true, kIdSourceSf3,
-     kIdDestSfa, false, false, kSfaFiles},
-    {"SF1 as destination while SF1 is the source", "SF1", "SFM", kIdDestSf1, true, kIdSourceSfm,
-     kIdDestSf1, false, false, kSf1Files},
-    {"a source click ends the sort mode", "SF1/SF3 Sort", "SFM", kIdSourceSf1, false,
-     kIdSourceSf1, kIdDestSfm, false, false, kSfmFiles},
+    // Source clicks.
+    {"Image File", "SFM", kIdSourceSfm, false, kIdSourceSfm, kIdDestSfa, false, true, kSfaFiles},
+    {"Image File", "SF1", kIdSourceSfm, false, kIdSourceSfm, kIdDestSf1, false, false, kSf1Files},
+    {"Image File", "SFA", kIdSourceSf3, false, kIdSourceSf3, kIdDestSfa, false, false, kSfaFiles},
+    {"Image File", "SF1", kIdSourceSf3, false, kIdSourceSf3, kIdDestSfa, false, false, kSfaFiles},
+    {"Image File", "SFM", kIdSourceSfa, false, kIdSourceSfa, kIdDestSfm, false, false, kNothing},
+    {"Image File", "SF1", kIdSourceSfa, false, kIdSourceSfa, kIdDestSfm, false, false, kSfmFiles},
+    {"Image File", "SFA", kIdSourceSf1, false, kIdSourceSf1, kIdDestSfm, false, false, kSfmFiles},
+    {"SFA", "SF3", kIdSourceImage, false, kIdSourceImage, kIdDestSf3, false, true, kNothing},
+    {"SF1/SF3 Sort", "SFM", kIdSourceSf1, false, kIdSourceSf1, kIdDestSfm, false, false, kSfmFiles},
+    // Destination clicks.
+    {"Image File", "SFM", kIdDestSf3, false, kIdSourceImage, kIdDestSf3, false, true, kSf3Files},
+    {"Image File", "SFA", kIdDestSf1, false, kIdSourceImage, kIdDestSf1, true, false, kSf1Files},
+    {"SFA", "SFM", kIdDestSf3, false, kIdSourceSfa, kIdDestSf3, false, false, kSf3Files},
+    // A destination the source does not allow switches the source instead.
+    {"SFM", "SFA", kIdDestSfm, true, kIdSourceSf1, kIdDestSfm, false, false, kSfmFiles},
+    {"SFA", "SF3", kIdDestSfa, true, kIdSourceSf3, kIdDestSfa, false, false, kSfaFiles},
+    {"SF1", "SFM", kIdDestSf1, true, kIdSourceSfm, kIdDestSf1, false, false, kSf1Files},
 };
 
 TEST_F(WindowTest, SelectionRules) {
@@ -81,7 +68,8 @@ TEST_F(WindowTest, SelectionRules) {
     WriteText(src + "/p.tga", "tga");
     const int dests[] = {kIdDestSfm, kIdDestSfa, kIdDestSf1, kIdDestSf3};
     for (const RuleCase& c : kRuleCases) {
-        SCOPED_TRACE(c.what);
+        SCOPED_TRACE(std::string(c.source) + " to " + c.dest + ", then control " +
+                     std::to_string(c.click));
         Open({c.source, c.dest});
         PickSource(src);
         PickDest(dst);
