@@ -4,16 +4,17 @@ namespace fmconv::testing {
 namespace {
 
 TEST_F(WindowTest, ChannelFieldsTakeTheChosenPathAndKeepItOnCancel) {
-    Open({"Image File", "SFA", "1080i/1080PsF", "1080i/59.94"});
+    Open({"Image File", "SFA"});
     CChannelPageDlg& page0 = dlg->ChannelPage(0);
-    host.ScriptFile("/audio/left.wav");
-    page0.Click(kChannels[1].button);
-    EXPECT_EQ(page0.Surface().Text(kChannels[1].edit), "/audio/left.wav");
-    host.ScriptFile("");  // cancelled chooser
-    page0.Click(kChannels[1].button);
-    EXPECT_EQ(page0.Surface().Text(kChannels[1].edit), "/audio/left.wav");
-    page0.Click(kChannels[1].clear);
-    EXPECT_EQ(page0.Surface().Text(kChannels[1].edit), "");
+    // A path, then a cancelled chooser, then "clear".
+    for (const auto& [answer, button, text] :
+         {std::tuple{"/audio/left.wav", kChannels[1].button, "/audio/left.wav"},
+          std::tuple{"", kChannels[1].button, "/audio/left.wav"},
+          std::tuple{"", kChannels[1].clear, ""}}) {
+        host.ScriptFile(answer);
+        page0.Click(button);
+        EXPECT_EQ(page0.Surface().Text(kChannels[1].edit), text);
+    }
     // Ids are local to a page: 1055 is channel 1's edit on page 0 and
     // channel 5's "clear" on page 1.
     EXPECT_EQ(page0.Surface().Kind(1055), platform::ControlKind::kEdit);
@@ -26,10 +27,9 @@ TEST_F(WindowTest, TheTabControlSwitchesPagesOnlyWhileEnabled) {
     EXPECT_EQ(dlg->TabCtrl().CurrentPage(), 0);
     dlg->Click(kIdDestSfa);  // audio on
     dlg->OnTabClick(2);
-    EXPECT_EQ(dlg->TabCtrl().CurrentPage(), 2);
-    EXPECT_EQ(S().TabCurrent(kIdTab), 2);
     dlg->OnTabClick(2);  // the page shown: nothing changes
     EXPECT_EQ(dlg->TabCtrl().CurrentPage(), 2);
+    EXPECT_EQ(S().TabCurrent(kIdTab), 2);
     dlg->Click(kIdDestSfm);  // audio off selects the first page again
     EXPECT_EQ(dlg->TabCtrl().CurrentPage(), 0);
     EXPECT_FALSE(Enabled(kIdTab));
@@ -38,8 +38,7 @@ TEST_F(WindowTest, TheTabControlSwitchesPagesOnlyWhileEnabled) {
     EXPECT_TRUE(dlg->ChannelPage(2).Surface().Enabled(kChannels[8].button));
 }
 
-TEST_F(WindowTest, PageTableRefusesASeventeenthPage) {
-    Open();
+TEST(PageTabCtrl, RefusesASeventeenthPageAndPagesOutOfRange) {
     platform::ControlSurface tabs(MainDialogTemplate());
     CPageTabCtrl ctrl(tabs, kIdTab);
     for (int i = 0; i < 16; ++i) EXPECT_EQ(ctrl.AddPage("p", nullptr, 130), 1);
@@ -47,24 +46,25 @@ TEST_F(WindowTest, PageTableRefusesASeventeenthPage) {
     EXPECT_EQ(ctrl.PageCount(), 16);
     ctrl.CreatePages();
     EXPECT_EQ(tabs.State(kIdTab).tabs.size(), 16u);
-    EXPECT_EQ(ctrl.SetCurrentPage(16), -1);
-    EXPECT_EQ(ctrl.SetCurrentPage(-1), -1);
-    EXPECT_EQ(ctrl.SetCurrentPage(5), 0);
-    EXPECT_EQ(ctrl.SetCurrentPage(5), 5);
-    EXPECT_EQ(ctrl.SetCurrentPage(1), 5);
+    // The previous page, or -1 out of range.
+    for (auto [page, result] : {std::pair{16, -1}, {-1, -1}, {5, 0}, {5, 5}, {1, 5}}) {
+        EXPECT_EQ(ctrl.SetCurrentPage(page), result) << page;
+    }
 }
 
+// About from the Help menu and the system menu (its id masked with 0xFFF0);
+// other system commands take the default path. Then the two launches.
 TEST_F(WindowTest, ToolAndHelpCommands) {
     Open();
     dlg->OnCommand(kCmdAbout);
-    dlg->OnSysCommand(kCmdAboutSystemMenu | 0x3);  // masked with 0xFFF0
-    dlg->OnSysCommand(0xF060);                     // close: the default path, nothing here
+    dlg->OnSysCommand(kCmdAboutSystemMenu | 0x3);
+    dlg->OnSysCommand(0xF060);  // close
     dlg->OnCommand(kCmdShowDiskManagement);
     dlg->OnCommand(kCmdGuideDocument);
     const auto events = host.Events();
     ASSERT_EQ(events.size(), 4u);
-    for (int i = 0; i < 2; ++i) {
-        const auto& about = std::get<platform::ModalDialogContent>(events[static_cast<std::size_t>(i)]);
+    for (std::size_t i = 0; i < 2; ++i) {
+        const auto& about = std::get<platform::ModalDialogContent>(events[i]);
         EXPECT_EQ(about.title, "About Oxbrin");
         EXPECT_EQ(about.texts.at(0), "Tavlo Utility Version 1.05(2009.08.28)");
     }

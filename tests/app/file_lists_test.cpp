@@ -1,15 +1,7 @@
-#include "fmfiles/register_file.h"
 #include "window_fixture.h"
 
 namespace fmconv::testing {
 namespace {
-
-void WriteRegister(const std::string& path, const std::string& inner) {
-    std::vector<uint8_t> bytes(20, 7);
-    const RegisterTrailer t = BuildRegisterTrailer(inner);
-    bytes.insert(bytes.end(), t.begin(), t.end());
-    WriteBytes(path, bytes);
-}
 
 TEST_F(WindowTest, PicturesAreListedOnceEachSortedSelectedAndCounted) {
     const std::string src = dir.MakeDir("src");
@@ -50,10 +42,9 @@ TEST_F(WindowTest, RegisterFilesShowTheirInnerNames) {
     const std::string src = dir.MakeDir("src");
     WriteRegister(src + "/F0001.SF1", "MLOGO.FMEM_001.SFM");
     WriteText(src + "/F0002.SF1", "short");  // shorter than a trailer: shown as it is
-    std::vector<uint8_t> noTrailer(400, 0);
-    WriteBytes(src + "/F0003.SF1", noTrailer);  // no markers: the empty name all the same
-    dir.MakeDir("src/F0004.SF1");               // cannot be opened
-    Open({"SF1", "SFM", "1080i/1080PsF", "1080i/59.94"});
+    WriteBytes(src + "/F0003.SF1", std::vector<uint8_t>(400, 0));  // no markers: the empty name
+    dir.MakeDir("src/F0004.SF1");                                   // cannot be opened
+    Open({"SF1", "SFM"});
     PickSource(src);
     EXPECT_EQ(Items(kIdSourceList),
               (std::vector<std::string>{"F0001.SF1(MLOGO.FMEM_001.SFM)", "F0002.SF1", "F0003.SF1()",
@@ -62,6 +53,8 @@ TEST_F(WindowTest, RegisterFilesShowTheirInnerNames) {
     EXPECT_EQ(S().State(kIdProgress).upper, 4);
     EXPECT_EQ(S().State(kIdProgress).position, 0);
 }
+
+const std::vector<std::string> kNone;
 
 struct OverlapCase {
     const char* what;
@@ -72,17 +65,12 @@ struct OverlapCase {
 
 TEST_F(WindowTest, OverlapWarnings) {
     const OverlapCase cases[] = {
-        {"two frames of one name",
-         {"SFM", "SFA"},
-         {"MLOGO.FMEM_001.SFM", "MLOGO.FMEM_002.SFM"},
+        {"two frames of one name", {"SFM", "SFA"}, {"MLOGO.FMEM_001.SFM", "MLOGO.FMEM_002.SFM"},
          "FM name overlaps\n\n[MLOGO.FMEM_001.SFM and MLOGO.FMEM_002.SFM]"},
-        {"fill and key do not overlap",
-         {"SFM", "SFA"},
-         {"MLOGO.FMEM_001.SFM", "SLOGO.FMEM_002.SFM"},
+        {"fill and key do not overlap", {"SFM", "SFA"}, {"MLOGO.FMEM_001.SFM", "SLOGO.FMEM_002.SFM"},
          ""},
         {"pictures are not checked", {"Image File", "SFM"}, {"logo.bmp", "LOGO.tga"}, ""},
-        {"sort mode: annotated items take the 8-character rule",
-         {"SF1/SF3 Sort", "SF1"},
+        {"sort mode: annotated items take the 8-character rule", {"SF1/SF3 Sort", "SF1"},
          {"F0001.SF1", "F0001.SF3"},
          "FM name overlaps\n\n[F0001.SF1(MA.FMEM_001.SFM) and F0001.SF3(MA.FMEM_001.SFA)]"},
     };
@@ -97,41 +85,34 @@ TEST_F(WindowTest, OverlapWarnings) {
                 WriteText(folder.File(f), "x");
             }
         }
-        Open({c.settings[0], c.settings[1], "1080i/1080PsF", "1080i/59.94"});
-        const std::size_t before = host.Boxes().size();
+        Open(c.settings);
+        const auto before = static_cast<std::ptrdiff_t>(host.Boxes().size());
         PickSource(folder.path());
-        const auto boxes = host.Boxes();
-        if (c.warning.empty()) {
-            EXPECT_EQ(boxes.size(), before);
-        } else {
-            ASSERT_EQ(boxes.size(), before + 1);
-            EXPECT_EQ(boxes.back().caption, "Warning");
-            EXPECT_EQ(boxes.back().icon, platform::BoxIcon::kExclamation);
-            EXPECT_EQ(boxes.back().text, c.warning);
+        const auto boxes = BoxTexts();
+        EXPECT_EQ(std::vector<std::string>(boxes.begin() + before, boxes.end()),
+                  c.warning.empty() ? kNone : std::vector<std::string>{"Warning: " + c.warning});
+        if (!c.warning.empty()) {
+            EXPECT_EQ(host.Boxes().back().icon, platform::BoxIcon::kExclamation);
         }
     }
-}
-
-TEST_F(WindowTest, FindOverlappingNamesCutsAgainstTheRegisterItem) {
-    Open();
     // A register item B cuts A's key to five characters, never its own.
-    S().ListInsert(kIdSourceList, -1, "F0001.SFM");
-    S().ListInsert(kIdSourceList, -1, "F0001.SF1");
-    EXPECT_EQ(dlg->FindOverlappingNames(), "F0001.SFM and F0001.SF1");
-    S().ListReset(kIdSourceList);
-    S().ListInsert(kIdSourceList, -1, "F0001.SF1");
-    S().ListInsert(kIdSourceList, -1, "F00012.SF3");
-    EXPECT_EQ(dlg->FindOverlappingNames(), "");
-    S().ListReset(kIdSourceList);
-    S().ListInsert(kIdSourceList, -1, "only.sfm");
-    EXPECT_EQ(dlg->FindOverlappingNames(), "");
+    const std::pair<std::vector<std::string>, std::string> lists[] = {
+        {{"F0001.SFM", "F0001.SF1"}, "F0001.SFM and F0001.SF1"},
+        {{"F0001.SF1", "F00012.SF3"}, ""},
+        {{"only.sfm"}, ""},
+    };
+    for (const auto& [items, overlap] : lists) {
+        S().ListReset(kIdSourceList);
+        for (const std::string& item : items) S().ListInsert(kIdSourceList, -1, item);
+        EXPECT_EQ(dlg->FindOverlappingNames(), overlap) << items[0];
+    }
 }
 
 TEST_F(WindowTest, TheDestinationListFollowsItsType) {
     const std::string dst = dir.MakeDir("dst");
     WriteRegister(dst + "/F0007.SF1", "MLOGO.FMEM_001.SFM");
     WriteText(dst + "/MLOGO.FMEM_001.SFM", "x");
-    Open({"Image File", "SF1", "1080i/1080PsF", "1080i/59.94"});
+    Open({"Image File", "SF1"});
     PickDest(dst);
     EXPECT_EQ(Items(kIdDestList), (std::vector<std::string>{"F0007.SF1(MLOGO.FMEM_001.SFM)"}));
     EXPECT_EQ(Text(kIdDestCount), "1 files");

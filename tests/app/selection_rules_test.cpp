@@ -1,23 +1,9 @@
-#include <functional>
+#include <algorithm>
 
-#include "fmfiles/register_file.h"
 #include "window_fixture.h"
 
 namespace fmconv::testing {
 namespace {
-
-// One file of every type in a folder.
-void FillFolder(const std::string& folder) {
-    WriteText(folder + "/MA.FMEM_001.SFM", "sfm");
-    WriteText(folder + "/MB.FMEM_001.SFA", "sfa");
-    for (auto [name, inner] : {std::pair{"F0001.SF1", "MX.FMEM_001.SFM"},
-                               std::pair{"F0002.SF3", "MY.FMEM_002.SFA"}}) {
-        std::vector<uint8_t> bytes(10, 1);
-        const RegisterTrailer t = BuildRegisterTrailer(inner);
-        bytes.insert(bytes.end(), t.begin(), t.end());
-        WriteBytes(folder + "/" + name, bytes);
-    }
-}
 
 const std::vector<std::string> kSfmFiles = {"MA.FMEM_001.SFM"};
 const std::vector<std::string> kSfaFiles = {"MB.FMEM_001.SFA"};
@@ -25,106 +11,90 @@ const std::vector<std::string> kSf1Files = {"F0001.SF1(MX.FMEM_001.SFM)"};
 const std::vector<std::string> kSf3Files = {"F0002.SF3(MY.FMEM_002.SFA)"};
 const std::vector<std::string> kNothing = {};
 
+// Each source type: the destinations it allows (the others disabled) and
+// what it lists from a folder holding one file of every type.
+const struct {
+    int source;
+    std::vector<int> allowed;
+    std::vector<std::string> listed;
+} kSourceTypes[] = {
+    {kIdSourceImage, {kIdDestSfm, kIdDestSfa, kIdDestSf1, kIdDestSf3}, {"p.tga"}},
+    {kIdSourceSfm, {kIdDestSfa, kIdDestSf1}, kSfmFiles},
+    {kIdSourceSfa, {kIdDestSfm, kIdDestSf3}, kSfaFiles},
+    {kIdSourceSf1, {kIdDestSfm}, kSf1Files},
+    {kIdSourceSf3, {kIdDestSfa}, kSf3Files},
+};
+
 struct RuleCase {
-    const char* what;
-    std::vector<std::string> settings;               // source, destination
-    std::function<void(CMainDlg&)> action;           // run after both folders are set
-    int checkedDest;                                 // the one checked destination radio
-    std::vector<int> enabledDest;
+    const char* source;  // the settings the window opens with
+    const char* dest;
+    int click;    // the control clicked once both folders are set
+    bool forced;  // a disabled radio, checked and its handler run as the restore does
+    int checkedSource, checkedDest;
     bool pictures, audio;
-    std::vector<std::string> destList;               // kNothing: not refreshed
-    int checkedSource;
-    std::vector<std::string> sourceList;
+    std::vector<std::string> destList;  // kNothing: not refreshed
 };
 
 const RuleCase kRuleCases[] = {
-    {"SFM clicked while SFM is the destination", {"Image File", "SFM"},
-     [](CMainDlg& d) { d.Click(kIdSourceSfm); }, kIdDestSfa, {kIdDestSfa, kIdDestSf1}, false, true,
-     kSfaFiles, kIdSourceSfm, kSfmFiles},
-    {"SFM clicked while SF1 is the destination", {"Image File", "SF1"},
-     [](CMainDlg& d) { d.Click(kIdSourceSfm); }, kIdDestSf1, {kIdDestSfa, kIdDestSf1}, false,
-     false, kSf1Files, kIdSourceSfm, kSfmFiles},
-    {"SFM as destination while SFM is the source", {"SFM", "SFA"},
-     [](CMainDlg& d) {
-         d.Surface().SetChecked(kIdDestSfa, false);
-         d.Surface().SetChecked(kIdDestSfm, true);
-         d.OnDestSfm();
-     },
-     kIdDestSfm, {kIdDestSfm}, false, false, kSfmFiles, kIdSourceSf1, kSf1Files},
-    {"SF3 clicked while SFA is the destination", {"Image File", "SFA"},
-     [](CMainDlg& d) { d.Click(kIdSourceSf3); }, kIdDestSfa, {kIdDestSfa}, false, false, kSfaFiles,
-     kIdSourceSf3, kSf3Files},
-    {"SF3 clicked while SF1 is the destination", {"Image File", "SF1"},
-     [](CMainDlg& d) { d.Click(kIdSourceSf3); }, kIdDestSfa, {kIdDestSfa}, false, false, kSfaFiles,
-     kIdSourceSf3, kSf3Files},
-    {"SFA clicked with SFM already the destination refreshes nothing", {"Image File", "SFM"},
-     [](CMainDlg& d) { d.Click(kIdSourceSfa); }, kIdDestSfm, {kIdDestSfm, kIdDestSf3}, false,
-     false, kNothing, kIdSourceSfa, kSfaFiles},
-    {"SFA clicked while SF1 is the destination", {"Image File", "SF1"},
-     [](CMainDlg& d) { d.Click(kIdSourceSfa); }, kIdDestSfm, {kIdDestSfm, kIdDestSf3}, false,
-     false, kSfmFiles, kIdSourceSfa, kSfaFiles},
-    {"SF1 clicked while SFA is the destination", {"Image File", "SFA"},
-     [](CMainDlg& d) { d.Click(kIdSourceSf1); }, kIdDestSfm, {kIdDestSfm}, false, false, kSfmFiles,
-     kIdSourceSf1, kSf1Files},
-    {"Image File clicked keeps the destination and refreshes nothing", {"SFA", "SF3"},
-     [](CMainDlg& d) { d.Click(kIdSourceImage); }, kIdDestSf3,
-     {kIdDestSfm, kIdDestSfa, kIdDestSf1, kIdDestSf3}, false, true, kNothing, kIdSourceImage,
-     {"p.tga"}},
-    {"SF3 destination clicked with pictures", {"Image File", "SFM"},
-     [](CMainDlg& d) { d.Click(kIdDestSf3); }, kIdDestSf3,
-     {kIdDestSfm, kIdDestSfa, kIdDestSf1, kIdDestSf3}, false, true, kSf3Files, kIdSourceImage,
-     {"p.tga"}},
-    {"SF1 destination clicked with pictures", {"Image File", "SFA"},
-     [](CMainDlg& d) { d.Click(kIdDestSf1); }, kIdDestSf1,
-     {kIdDestSfm, kIdDestSfa, kIdDestSf1, kIdDestSf3}, true, false, kSf1Files, kIdSourceImage,
-     {"p.tga"}},
-    {"SF3 destination clicked from SFA", {"SFA", "SFM"},
-     [](CMainDlg& d) { d.Click(kIdDestSf3); }, kIdDestSf3, {kIdDestSfm, kIdDestSf3}, false, false,
-     kSf3Files, kIdSourceSfa, kSfaFiles},
-    {"SFA as destination while SFA is the source", {"SFA", "SF3"},
-     [](CMainDlg& d) {
-         d.Surface().SetChecked(kIdDestSf3, false);
-         d.Surface().SetChecked(kIdDestSfa, true);
-         d.OnDestSfa();
-     },
-     kIdDestSfa, {kIdDestSfa}, false, false, kSfaFiles, kIdSourceSf3, kSf3Files},
-    {"SF1 as destination while SF1 is the source", {"SF1", "SFM"},
-     [](CMainDlg& d) {
-         d.Surface().SetChecked(kIdDestSfm, false);
-         d.Surface().SetChecked(kIdDestSf1, true);
-         d.OnDestSf1();
-     },
-     kIdDestSf1, {kIdDestSfa, kIdDestSf1}, false, false, kSf1Files, kIdSourceSfm, kSfmFiles},
+    // Source clicks.
+    {"Image File", "SFM", kIdSourceSfm, false, kIdSourceSfm, kIdDestSfa, false, true, kSfaFiles},
+    {"Image File", "SF1", kIdSourceSfm, false, kIdSourceSfm, kIdDestSf1, false, false, kSf1Files},
+    {"Image File", "SFA", kIdSourceSf3, false, kIdSourceSf3, kIdDestSfa, false, false, kSfaFiles},
+    {"Image File", "SF1", kIdSourceSf3, false, kIdSourceSf3, kIdDestSfa, false, false, kSfaFiles},
+    {"Image File", "SFM", kIdSourceSfa, false, kIdSourceSfa, kIdDestSfm, false, false, kNothing},
+    {"Image File", "SF1", kIdSourceSfa, false, kIdSourceSfa, kIdDestSfm, false, false, kSfmFiles},
+    {"Image File", "SFA", kIdSourceSf1, false, kIdSourceSf1, kIdDestSfm, false, false, kSfmFiles},
+    {"SFA", "SF3", kIdSourceImage, false, kIdSourceImage, kIdDestSf3, false, true, kNothing},
+    {"SF1/SF3 Sort", "SFM", kIdSourceSf1, false, kIdSourceSf1, kIdDestSfm, false, false, kSfmFiles},
+    // Destination clicks.
+    {"Image File", "SFM", kIdDestSf3, false, kIdSourceImage, kIdDestSf3, false, true, kSf3Files},
+    {"Image File", "SFA", kIdDestSf1, false, kIdSourceImage, kIdDestSf1, true, false, kSf1Files},
+    {"SFA", "SFM", kIdDestSf3, false, kIdSourceSfa, kIdDestSf3, false, false, kSf3Files},
+    // A destination the source does not allow switches the source instead.
+    {"SFM", "SFA", kIdDestSfm, true, kIdSourceSf1, kIdDestSfm, false, false, kSfmFiles},
+    {"SFA", "SF3", kIdDestSfa, true, kIdSourceSf3, kIdDestSfa, false, false, kSfaFiles},
+    {"SF1", "SFM", kIdDestSf1, true, kIdSourceSfm, kIdDestSf1, false, false, kSf1Files},
 };
 
 TEST_F(WindowTest, SelectionRules) {
     const std::string src = dir.MakeDir("src");
     const std::string dst = dir.MakeDir("dst");
-    FillFolder(src);
-    FillFolder(dst);
+    for (const std::string& folder : {src, dst}) {
+        WriteText(folder + "/MA.FMEM_001.SFM", "sfm");
+        WriteText(folder + "/MB.FMEM_001.SFA", "sfa");
+        WriteRegister(folder + "/F0001.SF1", "MX.FMEM_001.SFM");
+        WriteRegister(folder + "/F0002.SF3", "MY.FMEM_002.SFA");
+    }
     WriteText(src + "/p.tga", "tga");
     const int dests[] = {kIdDestSfm, kIdDestSfa, kIdDestSf1, kIdDestSf3};
-    const int sources[] = {kIdSourceImage, kIdSourceSfm, kIdSourceSfa, kIdSourceSf1, kIdSourceSf3};
     for (const RuleCase& c : kRuleCases) {
-        SCOPED_TRACE(c.what);
-        Open({c.settings[0], c.settings[1], "1080i/1080PsF", "1080i/59.94"});
+        SCOPED_TRACE(std::string(c.source) + " to " + c.dest + ", then control " +
+                     std::to_string(c.click));
+        Open({c.source, c.dest});
         PickSource(src);
         PickDest(dst);
         S().ListReset(kIdDestList);  // shows whether the action refreshed it
-        c.action(*dlg);
-        for (int id : dests) {
-            EXPECT_EQ(Checked(id), id == c.checkedDest) << id;
-            const bool enabled =
-                std::find(c.enabledDest.begin(), c.enabledDest.end(), id) != c.enabledDest.end();
-            EXPECT_EQ(Enabled(id), enabled) << id;
+        if (c.forced) {
+            for (int id : dests) S().SetChecked(id, id == c.click);
+            dlg->OnCommand(c.click);
+        } else {
+            dlg->Click(c.click);
         }
-        for (int id : sources) EXPECT_EQ(Checked(id), id == c.checkedSource) << id;
+        for (const auto& type : kSourceTypes) {
+            EXPECT_EQ(Checked(type.source), type.source == c.checkedSource) << type.source;
+            if (type.source != c.checkedSource) continue;
+            for (int id : dests) {
+                EXPECT_EQ(Checked(id), id == c.checkedDest) << id;
+                EXPECT_EQ(Enabled(id), std::ranges::count(type.allowed, id) == 1) << id;
+            }
+            EXPECT_EQ(Items(kIdSourceList), type.listed);
+            EXPECT_EQ(S().ListSelCount(kIdSourceList), static_cast<int>(type.listed.size()));
+            EXPECT_EQ(Text(kIdSourceCount), std::to_string(type.listed.size()) + " files");
+        }
+        EXPECT_FALSE(Checked(kIdSortSf1Sf3));
         EXPECT_EQ(PicturesOn(), c.pictures);
         EXPECT_EQ(AudioOn(), c.audio);
         EXPECT_EQ(Items(kIdDestList), c.destList);
-        EXPECT_EQ(Items(kIdSourceList), c.sourceList);
-        EXPECT_EQ(S().ListSelCount(kIdSourceList), static_cast<int>(c.sourceList.size()));
-        EXPECT_EQ(Text(kIdSourceCount), std::to_string(c.sourceList.size()) + " files");
         EXPECT_EQ(dlg->TabCtrl().CurrentPage(), 0);
     }
 }
@@ -143,10 +113,10 @@ TEST_F(WindowTest, ASourceClickWithoutAFolderLeavesTheListAndStillAppliesTheRule
 TEST_F(WindowTest, ClicksOnDisabledOrHiddenControlsDoNothing) {
     Open();
     dlg->Click(kIdSourceSfm);  // destinations SFA and SF1 only
-    dlg->Click(kIdDestSfm);
-    EXPECT_FALSE(Checked(kIdDestSfm));
-    dlg->Click(kIdSortSf1Sf3);
-    EXPECT_FALSE(Checked(kIdSortSf1Sf3));
+    for (int id : {kIdDestSfm, kIdSortSf1Sf3}) {
+        dlg->Click(id);
+        EXPECT_FALSE(Checked(id));
+    }
     dlg->Click(kIdExec);
     EXPECT_EQ(Text(kIdExec), "Exec");
 }

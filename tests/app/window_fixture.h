@@ -10,10 +10,19 @@
 
 #include "app/main_dlg.h"
 #include "app/resources.h"
+#include "fmfiles/register_file.h"
 #include "platform/headless/headless_host.h"
 #include "support/temp_dir.h"
 
 namespace fmconv::testing {
+
+// A register file: a few bytes of frame, then the trailer that names `inner`.
+inline void WriteRegister(const std::string& path, const std::string& inner) {
+    std::vector<uint8_t> bytes(20, 7);
+    const RegisterTrailer t = BuildRegisterTrailer(inner);
+    bytes.insert(bytes.end(), t.begin(), t.end());
+    WriteBytes(path, bytes);
+}
 
 class WindowTest : public ::testing::Test {
 protected:
@@ -25,13 +34,21 @@ protected:
 
     std::string Settings() const { return dir.File("ParvoClient.usr"); }
 
-    // Opens the window, with a settings file of these four values when given.
-    void Open(const std::vector<std::string>& settings = {}) {
+    // The settings file's text for source, destination, SFM and SFA format.
+    static std::string SettingsText(const std::vector<std::string>& v) {
+        return "[FILEMANAGER]\r\nOriginal_File_Directory_Type=" + v[0] +
+               "\r\nConvert_File_Directory_Type=" + v[1] + "\r\nSFMFormat=" + v[2] +
+               "\r\nSFAFormat=" + v[3] + "\r\n";
+    }
+    // Opens the window, with a settings file of these values when given: source
+    // and destination, then the SFM and SFA formats (when left out,
+    // 1080i/1080PsF and 1080i/59.94).
+    void Open(std::vector<std::string> settings = {}) {
         if (!settings.empty()) {
-            WriteText(Settings(), "[FILEMANAGER]\r\nOriginal_File_Directory_Type=" + settings[0] +
-                                      "\r\nConvert_File_Directory_Type=" + settings[1] +
-                                      "\r\nSFMFormat=" + settings[2] + "\r\nSFAFormat=" +
-                                      settings[3] + "\r\n");
+            settings.resize(4);
+            if (settings[2].empty()) settings[2] = "1080i/1080PsF";
+            if (settings[3].empty()) settings[3] = "1080i/59.94";
+            WriteText(Settings(), SettingsText(settings));
         }
         MainDlgServices services;
         services.host = &host;

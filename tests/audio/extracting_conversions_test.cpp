@@ -2,7 +2,7 @@
 
 #include <gtest/gtest.h>
 
-#include <cstring>
+#include <algorithm>
 
 #include "audio/sfa_file.h"
 #include "audio/signal_format.h"
@@ -11,6 +11,7 @@
 #include "fmfiles/register_file.h"
 #include "fmfiles/sfm_file.h"
 #include "platform/files.h"
+#include "audio_test_files.h"
 #include "support/temp_dir.h"
 
 namespace fmconv {
@@ -31,17 +32,10 @@ class ExtractingTest : public ::testing::Test {
         ResetAudioChannelSet(set);
         set.frameCount = 1;
     }
-
-    // An SFA file of `code` made from an uncovered SFM frame named `sfmName`.
+    // An SFA file of `code` (with no audio) made from an SFM frame named `sfmName`.
     std::string MakeSfa(const std::string& sfmName, uint32_t code) {
-        int format = kFrameFormat1080;
-        if (code == kSignal480i5994) format = kFrameFormat480i;
-        if (code == kSignal576i50) format = kFrameFormat576i;
-        if (code == kSignal720p5994 || code == kSignal720p50) format = kFrameFormat720p;
-        const FrameLayout& layout = *GetFrameLayout(format);
-        SfmHeader header;
-        EXPECT_TRUE(BuildSfmHeader(sfmName, header, layout.lengthFrom48(), layout.planeBytes));
-        EXPECT_TRUE(WriteSfmFile(src.File(sfmName), header, layout, MakeUncoveredFrame(layout)));
+        const FrameLayout& layout = *GetFrameLayout(testing::FrameFormatOf(code));
+        testing::WriteBytes(src.File(sfmName), testing::MakeVariedSfm(layout, sfmName, code));
         AudioChannelSet silent;
         ResetAudioChannelSet(silent);
         return WriteSfaFromSfm(src.path(), sfmName, src.path(), silent, code, ctx);
@@ -54,12 +48,8 @@ TEST_F(ExtractingTest, AFrameKeepsItsRegisterNumber) {
               "F0012.SF1(SLOGO.FMEM_012.SFM)");
     const auto sf1 = ReadBytes(dst.File("F0012.SF1"));
     ASSERT_EQ(sf1.size(), 64u + 5188800u + 304u);
-    EXPECT_EQ(sf1[48], 0x00);  // a picture frame again
-    EXPECT_EQ(sf1[49], 0x00);
-    RegisterTrailer t;
-    std::memcpy(t.data(), sf1.data() + 64 + 5188800, 304);
-    EXPECT_TRUE(IsValidRegisterTrailer(t));
-    EXPECT_EQ(TrailerInnerName(t), "SLOGO.FMEM_012.SFM");
+    const RegisterTrailer t = BuildRegisterTrailer("SLOGO.FMEM_012.SFM");
+    EXPECT_TRUE(std::equal(t.begin(), t.end(), sf1.end() - 304));
 
     EXPECT_EQ(ConvertSfaToSfm(src.path(), "SLOGO.FMEM_012.SFA", dst.path(), set, ctx),
               "SLOGO.FMEM_012.SFM");

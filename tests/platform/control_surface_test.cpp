@@ -30,10 +30,10 @@ TEST(ControlSurface, AClickChecksOneRadioOfItsGroupAndTogglesACheckBox) {
     EXPECT_FALSE(s.Checked(1));
     EXPECT_TRUE(s.Checked(2));
     EXPECT_TRUE(s.Checked(5));  // another group
-    s.ApplyClick(3);
-    EXPECT_TRUE(s.Checked(3));
-    s.ApplyClick(3);
-    EXPECT_FALSE(s.Checked(3));
+    for (bool checked : {true, false}) {
+        s.ApplyClick(3);
+        EXPECT_EQ(s.Checked(3), checked);
+    }
     // The check message alone leaves the group as it is.
     s.SetChecked(1, true);
     EXPECT_TRUE(s.Checked(2));
@@ -56,8 +56,7 @@ TEST(ControlSurface, SortedListsInsertInOrderAndKeepAnExplicitIndex) {
 
 TEST(ControlSurface, AListWithoutSelectionNeverSelects) {
     ControlSurface s(Radios());
-    s.ListAdd(7, "F0002.SF1");
-    s.ListAdd(7, "F0001.SF1");
+    for (const char* name : {"F0002.SF1", "F0001.SF1"}) s.ListAdd(7, name);
     EXPECT_EQ(s.ListItems(7), (std::vector<std::string>{"F0002.SF1", "F0001.SF1"}));
     s.ListSetSelected(7, -1, true);
     EXPECT_EQ(s.ListSelCount(7), 0);

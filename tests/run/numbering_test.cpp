@@ -12,9 +12,8 @@ namespace {
 using testing::RecordingReporter;
 using testing::TempDir;
 
-void Touch(const TempDir& dir, const std::string& name) {
-    testing::WriteText(dir.File(name), "x");
-}
+constexpr auto kSfm = FrameFileKind::kSfm, kSfa = FrameFileKind::kSfa;
+constexpr auto kSf1 = RegisterKind::kSf1, kSf3 = RegisterKind::kSf3;
 
 void WriteRegisterFile(const TempDir& dir, const std::string& name, const std::string& inner) {
     std::vector<uint8_t> bytes(100, 0x55);
@@ -23,71 +22,53 @@ void WriteRegisterFile(const TempDir& dir, const std::string& name, const std::s
     testing::WriteBytes(dir.File(name), bytes);
 }
 
-const std::vector<std::string> kNoSelection;
-
-TEST(Numbering, AnEmptyDestinationGivesOneFromEveryScan) {
-    TempDir dir;
-    RecordingReporter r;
-    EXPECT_EQ(NextFrameMemoryNumber(dir.path(), FrameFileKind::kSfm, kNoSelection, r), 1);
-    EXPECT_EQ(NextFrameMemoryNumber(dir.path(), FrameFileKind::kSfa, kNoSelection, r), 1);
-    EXPECT_EQ(NextRegisterFileNumber(dir.path(), RegisterKind::kSf1), 1);
-    EXPECT_EQ(NextRegisterFileNumber(dir.path(), RegisterKind::kSf3), 1);
-    EXPECT_EQ(NextInnerRegisterNumber(dir.path(), RegisterKind::kSf1, kNoSelection, r), 1);
-    EXPECT_EQ(CheckRegisterFileNames(dir.path(), RegisterKind::kSf3, kNoSelection, r), 0);
-    EXPECT_TRUE(r.messages.empty());
-}
-
-TEST(Numbering, NextFrameMemoryNumberReadsTheTailOfEachName) {
+TEST(Numbering, NextFrameMemoryNumberReadsTheTailOfEachNameAndRefusesATakenName) {
     struct Case {
         std::vector<std::string> files;
         FrameFileKind kind;
+        std::vector<std::string> selection;
         int32_t next;
+        std::string message;
     } cases[] = {
-        {{"SABC.FMEM0999.SFM", "MABC.FMEM_010.SFM"}, FrameFileKind::kSfm, 1000},
-        {{"X.FMEMabcd.SFM"}, FrameFileKind::kSfm, 1},
-        {{"MA.FMEM_041.sfa", "MA.FMEM1500.SFM"}, FrameFileKind::kSfa, 42},
-        {{"MA.FMEM1500.SFM", "MB.FMEM_002.SFM"}, FrameFileKind::kSfm, 1501},
+        {{}, kSfm, {}, 1, ""},
+        {{}, kSfa, {}, 1, ""},
+        {{"SABC.FMEM0999.SFM", "MABC.FMEM_010.SFM"}, kSfm, {}, 1000, ""},
+        {{"X.FMEMabcd.SFM"}, kSfm, {}, 1, ""},
+        {{"MA.FMEM_041.sfa", "MA.FMEM1500.SFM"}, kSfa, {}, 42, ""},
+        {{"MA.FMEM1500.SFM", "MB.FMEM_002.SFM"}, kSfm, {}, 1501, ""},
+        {{"MLOGO.FMEM_001.SFM"}, kSfm, {"a.tga", "logo.bmp"}, -4,
+         "Already exist name [LOGO] in [MLOGO.FMEM_001.SFM]"},
+        // The base is cut to eight characters before it is compared.
+        {{"SLongPict.FMEM_001.SFM"}, kSfm, {"LongPictureName.tga"}, -4,
+         "Already exist name [LongPict] in [SLongPict.FMEM_001.SFM]"},
+        {{"SLongPict.FMEM_001.SFM"}, kSfa, {"LongPictureName.tga"}, 1, ""},
     };
     for (const Case& c : cases) {
         TempDir dir;
-        for (const std::string& f : c.files) Touch(dir, f);
+        for (const std::string& f : c.files) testing::WriteText(dir.File(f), "x");
         RecordingReporter r;
-        EXPECT_EQ(NextFrameMemoryNumber(dir.path(), c.kind, kNoSelection, r), c.next) << c.files[0];
+        EXPECT_EQ(NextFrameMemoryNumber(dir.path(), c.kind, c.selection, r), c.next) << c.next;
+        EXPECT_EQ(r.messages, c.message.empty() ? std::vector<std::string>{}
+                                                : std::vector<std::string>{c.message});
     }
 }
 
-TEST(Numbering, ASelectedPictureWhoseNameIsTakenIsRefused) {
+// F numbers from the register files' own names; inner numbers from the last
+// three digits of their trailers' names.
+TEST(Numbering, RegisterFileAndInnerNumbers) {
     TempDir dir;
-    Touch(dir, "MLOGO.FMEM_001.SFM");
     RecordingReporter r;
-    EXPECT_EQ(NextFrameMemoryNumber(dir.path(), FrameFileKind::kSfm, {"a.tga", "logo.bmp"}, r), -4);
-    EXPECT_EQ(r.messages,
-              (std::vector<std::string>{"Already exist name [LOGO] in [MLOGO.FMEM_001.SFM]"}));
-
-    // The base is cut to eight characters before it is compared.
-    TempDir dir2;
-    Touch(dir2, "SLongPict.FMEM_001.SFM");
-    RecordingReporter r2;
-    EXPECT_EQ(NextFrameMemoryNumber(dir2.path(), FrameFileKind::kSfm, {"LongPictureName.tga"}, r2),
-              -4);
-    EXPECT_EQ(NextFrameMemoryNumber(dir2.path(), FrameFileKind::kSfa, {"LongPictureName.tga"}, r2),
-              1);
-}
-
-TEST(Numbering, NextRegisterFileNumberTakesTheHighestFNumber) {
-    TempDir dir;
-    for (const char* f : {"F0003.SF1", "F0010.sf1", "F0500.SF3", "Fabcd.SF1"}) Touch(dir, f);
-    EXPECT_EQ(NextRegisterFileNumber(dir.path(), RegisterKind::kSf1), 11);
-    EXPECT_EQ(NextRegisterFileNumber(dir.path(), RegisterKind::kSf3), 501);
-}
-
-TEST(Numbering, InnerNumbersCountTheirLastThreeDigits) {
-    TempDir dir;
-    WriteRegisterFile(dir, "F0001.SF1", "MABC.FMEM1012.SFM");
-    WriteRegisterFile(dir, "F0002.SF1", "MABC.FMEM_009.SFM");
-    RecordingReporter r;
-    EXPECT_EQ(NextInnerRegisterNumber(dir.path(), RegisterKind::kSf1, kNoSelection, r), 13);
-    EXPECT_EQ(NextInnerRegisterNumber(dir.path(), RegisterKind::kSf3, kNoSelection, r), 1);
+    EXPECT_EQ(NextRegisterFileNumber(dir.path(), kSf3), 1);
+    EXPECT_EQ(NextInnerRegisterNumber(dir.path(), kSf1, {}, r), 1);
+    EXPECT_EQ(CheckRegisterFileNames(dir.path(), kSf3, {}, r), 0);
+    WriteRegisterFile(dir, "F0003.SF1", "MABC.FMEM1012.SFM");
+    WriteRegisterFile(dir, "F0010.sf1", "MABC.FMEM_009.SFM");
+    WriteRegisterFile(dir, "Fabcd.SF1", "MXYZ.FMEM_002.SFM");
+    WriteRegisterFile(dir, "F0500.SF3", "MABC.FMEM_004.SFA");
+    EXPECT_EQ(NextRegisterFileNumber(dir.path(), kSf1), 11);
+    EXPECT_EQ(NextRegisterFileNumber(dir.path(), kSf3), 501);
+    EXPECT_EQ(NextInnerRegisterNumber(dir.path(), kSf1, {}, r), 13);
+    EXPECT_EQ(NextInnerRegisterNumber(dir.path(), kSf3, {}, r), 5);
     EXPECT_TRUE(r.messages.empty());
 }
 
@@ -119,10 +100,8 @@ TEST(Numbering, RegisterScansRefuseUnreadableFilesAndClashes) {
         TempDir dir;
         c.make(dir);
         RecordingReporter inner, check;
-        EXPECT_EQ(NextInnerRegisterNumber(dir.path(), RegisterKind::kSf1, c.selection, inner),
-                  c.inner);
-        EXPECT_EQ(CheckRegisterFileNames(dir.path(), RegisterKind::kSf1, c.selection, check),
-                  c.check);
+        EXPECT_EQ(NextInnerRegisterNumber(dir.path(), kSf1, c.selection, inner), c.inner);
+        EXPECT_EQ(CheckRegisterFileNames(dir.path(), kSf1, c.selection, check), c.check);
         EXPECT_EQ(inner.messages.empty() ? "" : inner.messages[0], c.innerMessage);
         EXPECT_EQ(check.messages.empty() ? "" : check.messages[0], c.checkMessage);
         EXPECT_LE(inner.messages.size(), 1u);
