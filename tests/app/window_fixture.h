@@ -4,6 +4,7 @@
 
 #include <gtest/gtest.h>
 
+#include <functional>
 #include <memory>
 #include <string>
 #include <vector>
@@ -43,7 +44,9 @@ protected:
     // Opens the window, with a settings file of these values when given: source
     // and destination, then the SFM and SFA formats (when left out,
     // 1080i/1080PsF and 1080i/59.94).
-    void Open(std::vector<std::string> settings = {}) {
+    // `adjust` changes the services the window is given.
+    void Open(std::vector<std::string> settings = {},
+              const std::function<void(MainDlgServices&)>& adjust = {}) {
         if (!settings.empty()) {
             settings.resize(4);
             if (settings[2].empty()) settings[2] = "1080i/1080PsF";
@@ -55,6 +58,7 @@ protected:
         services.freeSpace = &probe;
         cwd = dir.path();
         services.currentDirectory = [this] { return cwd; };
+        if (adjust) adjust(services);
         dlg = std::make_unique<CMainDlg>(services);
         dlg->OnInitDialog();
     }
