@@ -97,85 +97,60 @@ TEST_F(ConvertTest, EveryRowOfTheDispatchMatrix) {
                                                     "F0009.SF1(SLOGO.FMEM_009.SFM)"}));
 }
 
-TEST_F(ConvertTest, PicturesIntoSf1NumberFillAndKeyInTurn) {
-    TempDir in, out;
-    WriteBytes(in.File("A.tga"), TgaFile(Numbered(16, 8)));  // 32-bit: fill and key
-    TgaOptions rgb;
-    rgb.depth = 24;
-    WriteBytes(in.File("B.tga"), TgaFile(Numbered(16, 8), rgb));
-    std::vector<uint8_t> f4(100, 0);
-    const auto trailer = std::string(256, '\0') + "SFM1" + std::string(4, '\0') +
-                         "MX.FMEM_004.SFM" + std::string(17, '\0') + std::string(4, '\0') + "VVVV";
-    f4.insert(f4.end(), trailer.begin(), trailer.end());
-    WriteBytes(out.File("F0004.SF1"), f4);
-    const ProcessResult r = Convert({"--from", "image", "--to", "sf1", in.path(), out.path()});
-    EXPECT_EQ(r.exitCode, 0) << r.err;
-    EXPECT_EQ(Entries(r),
-              (std::vector<std::string>{"F0005.SF1(MA.FMEM_005.SFM)", "F0006.SF1(SA.FMEM_006.SFM)",
-                                        "F0007.SF1(MB.FMEM_007.SFM)"}));
-    EXPECT_EQ(r.errLines, (std::vector<std::string>{"fseek RGB = 18", "fseek RGB = 18"}));
-}
-
-TEST_F(ConvertTest, The999And1000Templates) {
-    struct Case {
-        const char* existing;
-        const char* picture;
-        int exitCode;
-        std::vector<std::string> out;
-        std::string err;
-    } cases[] = {
-        {"MX.FMEM0998.SFM", "P.bmp", 0, {"MP.FMEM_999.SFM"}, ""},
-        {"MX.FMEM0999.SFM", "P.bmp", 0, {"MP.FMEM1000.SFM"}, ""},
-        // A TGA is handed its key name, FMEM_1000, which is no frame-memory name.
-        {"MX.FMEM0998.SFM",
-         "P.tga",
-         1,
-         {},
-         "Error: Destination file write error [SP.FMEM_1000.SFM]"},
+// Picture runs: the names and numbers they give, and the refusals with the
+// file each names. Pictures: A 32-bit (fill and key), B and P 24-bit, bad a
+// colour-mapped TGA; .bmp names give a 24-bit BMP.
+TEST_F(ConvertTest, PictureRunsNameNumberAndRefuse) {
+    const auto sf1 = [](const std::string& inner) {  // a register file whose trailer names inner
+        std::vector<uint8_t> bytes(100, 0);
+        const auto trailer = std::string(256, '\0') + "SFM1" + std::string(4, '\0') + inner +
+                             std::string(32 - inner.size(), '\0') + std::string(4, '\0') + "VVVV";
+        bytes.insert(bytes.end(), trailer.begin(), trailer.end());
+        return bytes;
     };
-    for (const Case& c : cases) {
-        SCOPED_TRACE(std::string(c.existing) + " " + c.picture);
+    const struct {
+        std::vector<std::string> pictures, to;  // to: the destination type and its one file
+        int exitCode;
+        std::vector<std::string> out, err;
+    } cases[] = {
+        {{"A.tga", "B.tga"}, {"sf1", "F0004.SF1"}, 0,
+         {"F0005.SF1(MA.FMEM_005.SFM)", "F0006.SF1(SA.FMEM_006.SFM)", "F0007.SF1(MB.FMEM_007.SFM)"},
+         {"fseek RGB = 18", "fseek RGB = 18"}},
+        {{"P.bmp"}, {"sfm", "MX.FMEM0998.SFM"}, 0, {"MP.FMEM_999.SFM"}, {}},
+        {{"P.bmp"}, {"sfm", "MX.FMEM0999.SFM"}, 0, {"MP.FMEM1000.SFM"}, {}},
+        // A TGA is handed its key name, FMEM_1000, which is no frame-memory name.
+        {{"P.tga"}, {"sfm", "MX.FMEM0998.SFM"}, 1, {},
+         {"Error: Destination file write error [SP.FMEM_1000.SFM]"}},
+        {{"logo.bmp"}, {"sfm", "MLOGO.FMEM_001.SFM"}, 1, {},
+         {"Error: Already exist name [LOGO] in [MLOGO.FMEM_001.SFM]"}},
+        {{"bad.tga"}, {"sfm", "MX.FMEM_001.SFM"}, 1, {}, {"Error: Source file format error [bad.tga]"}},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.pictures[0] + " into " + c.to[1]);
         TempDir in, out;
-        TgaOptions rgb;
-        rgb.depth = 24;
-        WriteBytes(in.File(c.picture), std::string(c.picture).ends_with(".bmp")
-                                           ? BmpFile(Numbered(8, 2))
-                                           : TgaFile(Numbered(8, 2), rgb));
-        WriteText(out.File(c.existing), "x");
-        const ProcessResult r = Convert({"--from", "image", "--to", "sfm", in.path(), out.path()});
+        for (const std::string& name : c.pictures) {
+            TgaOptions o;
+            o.depth = name == "A.tga" ? 32 : 24;
+            std::vector<uint8_t> tga = TgaFile(Numbered(16, 8), o);
+            if (name == "bad.tga") tga[2] = 1;  // colour-mapped: not taken
+            WriteBytes(in.File(name), name.ends_with(".bmp") ? BmpFile(Numbered(8, 2)) : tga);
+        }
+        if (c.to[0] == "sf1") {
+            WriteBytes(out.File(c.to[1]), sf1("MX.FMEM_004.SFM"));
+        } else {
+            WriteText(out.File(c.to[1]), "x");
+        }
+        const ProcessResult r = Convert({"--from", "image", "--to", c.to[0], in.path(), out.path()});
         EXPECT_EQ(r.exitCode, c.exitCode);
         EXPECT_EQ(Entries(r), c.out);
-        if (!c.err.empty()) {
-            EXPECT_EQ(r.errLines.back(), c.err);
-        }
+        EXPECT_EQ(r.errLines, c.err);
     }
-}
-
-TEST_F(ConvertTest, RefusalsNameTheirCause) {
-    TempDir in, out;
-    WriteBytes(in.File("logo.bmp"), BmpFile(Numbered(4, 4)));
-    WriteText(out.File("MLOGO.FMEM_001.SFM"), "x");
-    ProcessResult r = Convert({"--from", "image", "--to", "sfm", in.path(), out.path()});
-    EXPECT_EQ(r.exitCode, 1);
-    EXPECT_EQ(
-        r.errLines,
-        (std::vector<std::string>{"Error: Already exist name [LOGO] in [MLOGO.FMEM_001.SFM]"}));
-    EXPECT_TRUE(r.outLines.empty());
-
-    TempDir bad, out2;
-    std::vector<uint8_t> tga = TgaFile(Numbered(4, 4));
-    tga[2] = 1;  // colour-mapped: not taken
-    WriteBytes(bad.File("bad.tga"), tga);
-    r = Convert({"--from", "image", "--to", "sfm", bad.path(), out2.path()});
-    EXPECT_EQ(r.exitCode, 1);
-    EXPECT_EQ(r.errLines.back(), "Error: Source file format error [bad.tga]");
-
+    TempDir in;
     WriteBytes(in.File("tone.wav"), MakeWav(1, 16, 44100, {1, 2, 3}));
-    r = Convert(
-        {"--from", "sfm", "--to", "sfa", "--ch", "1=" + in.File("tone.wav"), "sfm", out2.path()});
+    const ProcessResult r =
+        Convert({"--from", "sfm", "--to", "sfa", "--ch", "1=" + in.File("tone.wav"), "sfm", in.path()});
     EXPECT_EQ(r.exitCode, 1);
-    EXPECT_EQ(r.errLines,
-              (std::vector<std::string>{"Error: Audio file sample rate not supported."}));
+    EXPECT_EQ(r.errLines, (std::vector<std::string>{"Error: Audio file sample rate not supported."}));
 }
 
 TEST_F(ConvertTest, AWavFileOnChannel9BecomesTheFirstChannel) {
