@@ -95,21 +95,20 @@ void LaneSumsPlain(const uint8_t* bytes, std::size_t count, uint8_t sum[4]) {
     for (; i < count; ++i) sum[i % 4] = static_cast<uint8_t>(sum[i % 4] + bytes[i]);
 }
 
+// Adds every byte into its lane (its offset from `bytes` modulo 4).
+void AddLaneSums(const uint8_t* bytes, std::size_t count, uint8_t sum[4]) {
+#if defined(__x86_64__)
+    static const bool avx2 = __builtin_cpu_supports("avx2");
+    if (avx2) return LaneSumsAvx2(bytes, count, sum);
+#endif
+    LaneSumsPlain(bytes, count, sum);
+}
+
 }  // namespace
 
 void SfaChecksum(uint8_t* at36, std::size_t payloadSize) {
-    const uint8_t* bytes = at36 + 12;
-    const std::size_t count = payloadSize + 16;
     uint8_t sum[4] = {};
-#if defined(__x86_64__)
-    static const bool avx2 = __builtin_cpu_supports("avx2");
-    if (avx2) {
-        LaneSumsAvx2(bytes, count, sum);
-        std::memcpy(at36, sum, 4);
-        return;
-    }
-#endif
-    LaneSumsPlain(bytes, count, sum);
+    AddLaneSums(at36 + 12, payloadSize + 16, sum);
     std::memcpy(at36, sum, 4);
 }
 
@@ -120,15 +119,27 @@ int BuildSfaFrame(std::span<const uint8_t> source, std::span<uint8_t> dest, std:
     return 0;
 }
 
-void FinishSfaFrame(std::span<uint8_t> dest, AudioChannelSet& set, uint32_t code) {
+void EmbedSfaAudio(std::span<uint8_t> dest, AudioChannelSet& set, uint32_t code) {
     SignalTiming timing;
     GetSignalTiming(code, timing, nullptr);
-    const std::size_t payload = 2 * std::size_t{PlaneBytes(timing)};
-    EmbedAudioInFrame(set, timing, dest.subspan(kHeaderSize, payload));
-    SfaChecksum(dest.data() + 36, payload);
+    EmbedAudioInFrame(set, timing, dest.subspan(kHeaderSize, 2 * std::size_t{PlaneBytes(timing)}));
+}
+
+void FinishSfaFrame(std::span<uint8_t> dest, AudioChannelSet& set, uint32_t code) {
+    EmbedSfaAudio(dest, set, code);
+    SfaChecksum(dest.data() + 36, GetFrameByteSize(code, kFrameKindSfa));
 }
 
 int BuildSfaRaster(std::span<const uint8_t> source, std::span<uint8_t> dest, std::string_view name,
+                   uint32_t code, const TraceSink& trace) {
+    const SfaSourceBytes bytes = [source](uint64_t offset, std::size_t) {
+        return offset < source.size() ? source.subspan(static_cast<std::size_t>(offset))
+                                      : std::span<const uint8_t>();
+    };
+    return BuildSfaRaster(bytes, dest, name, code, trace);
+}
+
+int BuildSfaRaster(const SfaSourceBytes& source, std::span<uint8_t> dest, std::string_view name,
                    uint32_t code, const TraceSink& trace) {
     SignalTiming timing;
     if (GetSignalTiming(code, timing, trace) != 0) {
@@ -143,16 +154,17 @@ int BuildSfaRaster(std::span<const uint8_t> source, std::span<uint8_t> dest, std
     }
 
     uint8_t* header = dest.data();
+    const std::span<const uint8_t> sourceHeader = source(0, kHeaderSize);
     std::memset(header, 0, kHeaderSize);
-    CopyOrZero(header, source, 0, 8);
+    CopyOrZero(header, sourceHeader, 0, 8);
     PutFrameNameField(header + 8, name);
-    CopyOrZero(header + 20, source, 20, 16);
+    CopyOrZero(header + 20, sourceHeader, 20, 16);
     WriteBe32(header + 40, static_cast<uint32_t>(2 * plane + 16));
     header[44] = kSfaHeaderByte44;
-    CopyOrZero(header + 45, source, 45, 7);  // 45-47, then 48-51: the mark and the code
+    CopyOrZero(header + 45, sourceHeader, 45, 7);  // 45-47, then 48-51: the mark and the code
     WriteBe32(header + 52, static_cast<uint32_t>(plane));
     WriteBe32(header + 56, static_cast<uint32_t>(plane));
-    CopyOrZero(header + 60, source, 60, 4);
+    CopyOrZero(header + 60, sourceHeader, 60, 4);
 
     const std::span<uint8_t> payload = dest.subspan(kHeaderSize, 2 * plane);
     const bool sd = IsStandardDefinition(code);
@@ -168,9 +180,24 @@ int BuildSfaRaster(std::span<const uint8_t> source, std::span<uint8_t> dest, std
         // its lines and then its pad bytes, so that the pad of a region whose
         // lines end in the middle of a byte follows on at that half byte;
         // the region's last half byte is rounded up.
+        // Where lines and their horizontal blanking are whole groups of four
+        // words, only the blanking is laid: the picture covers the rest.
+        const bool wholeGroups = timing.totalSamplesPerLine % 4 == 0 && timing.hblankSamples % 4 == 0;
         for (int region = 0; region < 2; ++region) {
-            FillWordPattern(planeBytes, raster.regionStart[region],
-                            FieldRegionBytes(timing, region + 1), blank);
+            const std::size_t start = raster.regionStart[region];
+            const std::size_t bytes = FieldRegionBytes(timing, region + 1);
+            if (!wholeGroups) {
+                FillWordPattern(planeBytes, start, bytes, blank);
+                continue;
+            }
+            const std::size_t lineBytes = raster.lineBits / 8;
+            const std::size_t firstLine = start + firstActive[region] * lineBytes;
+            const std::size_t afterActive = firstLine + activeLines[region] * lineBytes;
+            FillWordPattern(planeBytes, start, firstLine - start, blank);
+            for (std::size_t at = firstLine; at < afterActive; at += lineBytes) {
+                FillWordPattern(planeBytes, at, std::size_t{timing.hblankSamples} * 10 / 8, blank);
+            }
+            FillWordPattern(planeBytes, afterActive, start + bytes - afterActive, blank);
         }
         // The picture: each active line's words after its horizontal
         // blanking, at their exact bits (shifted by four when the line starts
@@ -180,7 +207,7 @@ int BuildSfaRaster(std::span<const uint8_t> source, std::span<uint8_t> dest, std
                 from += leadIn;
                 const uint64_t at = raster.LineBit(region, firstActive[region] + line) +
                                     uint64_t{timing.hblankSamples} * 10;
-                CopyBits(planeBytes, at, source, uint64_t{from} * 8,
+                CopyBits(planeBytes, at, source(from, activeBytes + 1), 0,
                          uint64_t{timing.activeSamples} * 10);
                 from += activeBytes;
             }
@@ -240,18 +267,26 @@ void ReadAt(std::FILE* file, uint64_t offset, std::size_t count, std::vector<uin
     bytes.resize(got);
 }
 
-// The frame without its audio, for the prepared code.
+// The frame without its audio, for the prepared code, read from the source
+// file as it is built.
 void BuildPreparedRaster(PreparedSfa& out) {
     out.built = false;
     const uint32_t payload = GetFrameByteSize(out.code, kFrameKindSfa);
     if (payload == 0) return;
-    out.source[48] = kSfaHeaderMark;
-    out.source[49] = static_cast<uint8_t>(out.code);
+    if (!out.window.Open(out.sourcePath, out.sourceLimit)) return;
     out.frame.resize(kHeaderSize + payload);
     const TraceSink keep = [&out](std::string_view line) { out.traces.emplace_back(line); };
-    out.built = BuildSfaRaster(out.source, out.frame,
+    const SfaSourceBytes source = [&out](uint64_t offset, std::size_t count) {
+        return out.window.From(offset, count);
+    };
+    out.built = BuildSfaRaster(source, out.frame,
                                out.from == SfaSource::kSfm ? out.sfaName : out.sourceName,
                                out.code, keep) == 0;
+    out.window.Close();
+    if (out.built) {
+        out.frame[48] = kSfaHeaderMark;
+        out.frame[49] = static_cast<uint8_t>(out.code);
+    }
 }
 
 }  // namespace
@@ -261,12 +296,13 @@ void PrepareSfa(SfaSource from, SfaDestination to, const std::string& sourceDir,
     out.from = from;
     out.to = to;
     out.sourceName = sourceName;
+    out.sourcePath = JoinPath(sourceDir, sourceName);
     out.sourceRead = false;
     out.code = code;
     out.built = false;
     out.traces.clear();
     out.sourceTrailer = {};
-    FilePtr source = OpenFile(JoinPath(sourceDir, sourceName), "rb");
+    FilePtr source = OpenFile(out.sourcePath, "rb");
     if (!source) return;
     out.sourceRead = true;
     const uint64_t length = OpenFileLength(source.get());
@@ -275,9 +311,10 @@ void PrepareSfa(SfaSource from, SfaDestination to, const std::string& sourceDir,
     // trailer gives what it has, the rest zero.
     std::string innerName;
     if (from == SfaSource::kSf1) {
+        std::vector<uint8_t> trailer;
         ReadAt(source.get(), length >= kRegisterTrailerSize ? length - kRegisterTrailerSize : 0,
-               kRegisterTrailerSize, out.source);
-        std::copy(out.source.begin(), out.source.end(), out.sourceTrailer.begin());
+               kRegisterTrailerSize, trailer);
+        std::copy(trailer.begin(), trailer.end(), out.sourceTrailer.begin());
         innerName = TrailerInnerName(out.sourceTrailer);
     }
     out.sfaName =
@@ -290,13 +327,31 @@ void PrepareSfa(SfaSource from, SfaDestination to, const std::string& sourceDir,
     // zero when the frame is built.
     uint64_t wanted = kSfaSourceLimit;
     if (from == SfaSource::kSf1) wanted = length >= kSf1UnreadTail ? length - kSf1UnreadTail : 0;
-    wanted = std::min({wanted, length, uint64_t{kSfaSourceLimit}});
-    ReadAt(source.get(), 0, static_cast<std::size_t>(wanted), out.source);
+    out.sourceLimit = std::min({wanted, length, uint64_t{kSfaSourceLimit}});
     ReadAt(source.get(), 0, kHeaderSize, out.sourceHeader);
     source.reset();
-    if (out.source.size() < kHeaderSize) out.source.resize(kHeaderSize, 0);
     BuildPreparedRaster(out);
 }
+
+namespace {
+
+// Writes the frame a piece at a time, each piece summed into the checksum
+// while it is in the processor's cache, and then the checksum into its
+// header: the bytes on disk are the finished frame's.
+bool WriteSummingSfa(platform::OutputFile& dest, std::span<const uint8_t> frame) {
+    constexpr std::size_t kPiece = std::size_t{1} << 18;
+    constexpr std::size_t kSummedFrom = 48;
+    uint8_t sum[4] = {};
+    for (std::size_t at = 0; at < frame.size(); at += kPiece) {
+        const std::size_t size = std::min(kPiece, frame.size() - at);
+        const std::size_t skip = at < kSummedFrom ? std::min(size, kSummedFrom - at) : 0;
+        AddLaneSums(frame.data() + at + skip, size - skip, sum);
+        if (!dest.Write(frame.data() + at, size)) return false;
+    }
+    return dest.WriteAt(36, sum, 4);
+}
+
+}  // namespace
 
 std::string CommitSfa(PreparedSfa& prepared, const std::string& destDir, AudioChannelSet& set,
                       std::optional<uint32_t> chosenFormat, ConversionContext& ctx) {
@@ -333,8 +388,9 @@ std::string CommitSfa(PreparedSfa& prepared, const std::string& destDir, AudioCh
     for (const std::string& line : prepared.traces) Trace(ctx.trace, line);
     if (!prepared.built) return giveUp("");
     const std::size_t frameSize = kHeaderSize + payload;
-    // The audio in the run's order, then the checksum over all of it.
-    FinishSfaFrame(prepared.frame, set, code);
+    // The audio in the run's order; the checksum over all of it is summed
+    // as the frame is written.
+    EmbedSfaAudio(prepared.frame, set, code);
 
     const int64_t freeBytes = ctx.freeSpace ? ctx.freeSpace->FreeBytes(destDir) : -1;
     switch (TestSpace(static_cast<int64_t>(frameSize), freeBytes)) {
@@ -345,7 +401,7 @@ std::string CommitSfa(PreparedSfa& prepared, const std::string& destDir, AudioCh
         case SpaceVerdict::kProceed:
             break;
     }
-    bool written = dest->Write(prepared.frame.data(), frameSize);
+    bool written = WriteSummingSfa(*dest, std::span(prepared.frame).first(frameSize));
     if (toSf3) {
         // The trailer names the SFA; an SF1 source's own trailer lends its
         // other bytes.

@@ -16,6 +16,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <functional>
 #include <optional>
 #include <span>
 #include <string>
@@ -23,6 +24,7 @@
 #include <vector>
 
 #include "audio/audio_channel_set.h"
+#include "base/file_window.h"
 #include "fmfiles/conversion_context.h"
 #include "fmfiles/register_file.h"
 
@@ -63,6 +65,13 @@ int BuildSfaFrame(std::span<const uint8_t> source, std::span<uint8_t> dest, std:
 int BuildSfaRaster(std::span<const uint8_t> source, std::span<uint8_t> dest, std::string_view name,
                    uint32_t code, const TraceSink& trace);
 void FinishSfaFrame(std::span<uint8_t> dest, AudioChannelSet& set, uint32_t code);
+// The source as BuildSfaRaster reads it, front to back: the bytes from an
+// offset on, at least `count` of them unless the source ends sooner.
+using SfaSourceBytes = std::function<std::span<const uint8_t>(uint64_t offset, std::size_t count)>;
+int BuildSfaRaster(const SfaSourceBytes& source, std::span<uint8_t> dest, std::string_view name,
+                   uint32_t code, const TraceSink& trace);
+// The run's next frame of audio alone (FinishSfaFrame without the checksum).
+void EmbedSfaAudio(std::span<uint8_t> dest, AudioChannelSet& set, uint32_t code);
 
 // Byte k (0..3) at `at36` becomes the low byte of the sum of every fourth byte
 // from offset 48 + k, over the payloadSize + 16 bytes from offset 48 on.
@@ -98,7 +107,10 @@ struct PreparedSfa {
     RegisterTrailer sourceTrailer{};
     uint32_t code = 0;    // the signal format the frame was built for
     bool built = false;   // the frame was built
-    std::vector<uint8_t> source, sourceHeader;
+    std::string sourcePath;
+    uint64_t sourceLimit = 0;  // how many of the source's bytes the frame takes
+    std::vector<uint8_t> sourceHeader;
+    FileWindow window;           // the source, read while the frame is built
     std::vector<uint8_t> frame;  // header and payload; reused from file to file
     std::vector<std::string> traces;
 };

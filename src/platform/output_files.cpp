@@ -68,6 +68,22 @@ class SafeOutputFile final : public OutputFile {
         return !failed_;
     }
 
+    bool WriteAt(uint64_t offset, const uint8_t* data, std::size_t size) override {
+        if (failed_ || fd_ < 0) return false;
+        while (size > 0) {
+            const ssize_t n = ::pwrite(fd_, data, size, static_cast<off_t>(offset));
+            if (n < 0 && errno == EINTR) continue;
+            if (n <= 0) {
+                failed_ = true;
+                return false;
+            }
+            data += n;
+            size -= static_cast<std::size_t>(n);
+            offset += static_cast<uint64_t>(n);
+        }
+        return true;
+    }
+
     CopyResult CopyFrom(const std::string& sourcePath, uint64_t count) override {
         if (failed_ || fd_ < 0) return CopyResult::kWriteFailed;
         const int in = ::open(sourcePath.c_str(), O_RDONLY | O_CLOEXEC);

@@ -26,6 +26,9 @@ class OutputFile {
 
     // Appends the bytes; false once any write has failed (and from then on).
     virtual bool Write(const uint8_t* data, std::size_t size) = 0;
+    // Writes the bytes at offset (within what was written: a header filled
+    // in last); false as Write.
+    virtual bool WriteAt(uint64_t offset, const uint8_t* data, std::size_t size) = 0;
 
     enum class CopyResult {
         kOk,

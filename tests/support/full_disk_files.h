@@ -36,6 +36,10 @@ class FullDiskFiles final : public platform::OutputFiles {
             failed_ = failed_ || !fits || !inner_->Write(data, n);
             return !failed_;
         }
+        bool WriteAt(uint64_t offset, const uint8_t* data, std::size_t size) override {
+            failed_ = failed_ || !inner_->WriteAt(offset, data, size);
+            return !failed_;
+        }
         CopyResult CopyFrom(const std::string& sourcePath, uint64_t count) override {
             struct stat info {};
             if (::stat(sourcePath.c_str(), &info) != 0) return CopyResult::kSourceFailed;
