@@ -61,6 +61,14 @@ bool BuildSfmHeader(std::string_view path, SfmHeader& header, uint32_t lengthFro
 // that is, the XOR of the big-endian 32-bit words from offset 48 (a trailing
 // partial word folds in lane by lane). Computed word-wise over the bytes.
 uint32_t ComputeSfmChecksum(const uint8_t* from48, std::size_t size);
+// What `size` bytes add to that checksum when they stand `offset` bytes
+// after a multiple of four in the checksummed range: their XOR word turned
+// to their lanes. XORing the parts of a range gives the range's checksum.
+inline uint32_t SfmChecksumAt(std::size_t offset, const uint8_t* bytes, std::size_t size) {
+    const uint32_t sum = ComputeSfmChecksum(bytes, size);
+    const unsigned turn = 8 * static_cast<unsigned>(offset % 4);
+    return turn == 0 ? sum : (sum >> turn) | (sum << (32 - turn));
+}
 
 // The samples of one frame's active area, line by line from frame line 0
 // (progressive order whatever the interlace), `width` samples a line.

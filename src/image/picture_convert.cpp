@@ -69,21 +69,40 @@ void ComposePicture(PictureReader& reader, const FrameLayout& layout, int lineOf
     }
 
     // One frame line at a time: its samples (uncovered: Y 64, Cb = Cr = 512),
-    // the converted pairs over them, packed into both planes.
-    std::vector<uint16_t> y(width), c(width), keyY(width);
+    // the converted pairs over them, packed into both planes. Each packed
+    // line goes into its plane's checksum while it is in the processor's
+    // cache; the zero bytes around the lines add nothing to it.
+    const std::size_t packedBytes = std::size_t{width} * 5 / 4;
+    uint32_t fillSum = 0, keySum = 0;
+    const auto put = [&](std::vector<uint8_t>& planes, uint32_t& sum, const uint8_t* packed,
+                         std::size_t p, uint32_t line) {
+        const std::size_t offset = p * plane + FrameLineOffset(layout, line);
+        uint8_t* at = planes.data() + offset;
+        std::memset(at, 0, layout.leadInBytes);
+        if (packed != at + layout.leadInBytes) std::memcpy(at + layout.leadInBytes, packed, packedBytes);
+        sum ^= SfmChecksumAt(offset + layout.leadInBytes, packed, packedBytes);
+    };
+    const auto pack = [&](std::vector<uint8_t>& planes, uint32_t& sum, const uint16_t* samples,
+                          std::size_t p, uint32_t line) {
+        uint8_t* at = planes.data() + p * plane + FrameLineOffset(layout, line) + layout.leadInBytes;
+        PackTenBit(samples, width, at);
+        put(planes, sum, at, p, line);
+    };
+
+    // Rows that the runs cover from edge to edge need no uncovered samples.
+    uint64_t placed = 0;
+    for (const Run& run : runs) placed += 2 * uint64_t{run.pairs};
+    const bool wholeRows = placed == width;
+    std::vector<uint16_t> y(width, kBlackLuma), c(width, kNeutralChroma), keyY(width, kBlackLuma);
     std::vector<Pixel> pixels(width + 2);
     std::vector<bool> covered(layout.frameLines(), false);
-    const auto pack = [&](std::vector<uint8_t>& planes, const uint16_t* samples, std::size_t p,
-                          uint32_t line) {
-        uint8_t* at = planes.data() + p * plane + FrameLineOffset(layout, line);
-        std::memset(at, 0, layout.leadInBytes);
-        PackTenBit(samples, width, at + layout.leadInBytes);
-    };
     reader.StartPixels();
     for (const auto& [row, line] : rows) {
-        std::fill(y.begin(), y.end(), kBlackLuma);
-        std::fill(c.begin(), c.end(), kNeutralChroma);
-        if (withKey) std::fill(keyY.begin(), keyY.end(), kBlackLuma);
+        if (!wholeRows) {
+            std::fill(y.begin(), y.end(), kBlackLuma);
+            std::fill(c.begin(), c.end(), kNeutralChroma);
+            if (withKey) std::fill(keyY.begin(), keyY.end(), kBlackLuma);
+        }
         for (const Run& run : runs) {
             reader.MoveTo(row, run.x0);
             reader.Read(pixels.data(), run.count);
@@ -91,23 +110,27 @@ void ComposePicture(PictureReader& reader, const FrameLayout& layout, int lineOf
             ConvertPixelPairs(layout.matrix, pixels.data(), run.pairs, &y[run.column],
                               &c[run.column], withKey ? &keyY[run.column] : nullptr);
         }
-        pack(out.fill, y.data(), 0, line);
-        pack(out.fill, c.data(), 1, line);
-        if (withKey) pack(out.key, keyY.data(), 0, line);
+        pack(out.fill, fillSum, y.data(), 0, line);
+        pack(out.fill, fillSum, c.data(), 1, line);
+        if (withKey) pack(out.key, keySum, keyY.data(), 0, line);
         covered[line] = true;
     }
 
-    // The lines no picture row reaches, the key's chroma (always neutral)
-    // and the gaps between and after the fields.
+    // The lines no picture row reaches and the key's chroma (always
+    // neutral): one line each, packed once and copied; then the gaps
+    // between and after the fields.
     std::fill(y.begin(), y.end(), kBlackLuma);
     std::fill(c.begin(), c.end(), kNeutralChroma);
+    std::vector<uint8_t> blackLine(packedBytes), neutralLine(packedBytes);
+    PackTenBit(y.data(), width, blackLine.data());
+    PackTenBit(c.data(), width, neutralLine.data());
     for (uint32_t line = 0; line < layout.frameLines(); ++line) {
         if (!covered[line]) {
-            pack(out.fill, y.data(), 0, line);
-            pack(out.fill, c.data(), 1, line);
-            if (withKey) pack(out.key, y.data(), 0, line);
+            put(out.fill, fillSum, blackLine.data(), 0, line);
+            put(out.fill, fillSum, neutralLine.data(), 1, line);
+            if (withKey) put(out.key, keySum, blackLine.data(), 0, line);
         }
-        if (withKey) pack(out.key, c.data(), 1, line);
+        if (withKey) put(out.key, keySum, neutralLine.data(), 1, line);
     }
     const std::size_t fieldBytes[2] = {std::size_t{layout.field1Lines} * layout.lineBytes,
                                        std::size_t{layout.field2Lines} * layout.lineBytes};
@@ -121,8 +144,8 @@ void ComposePicture(PictureReader& reader, const FrameLayout& layout, int lineOf
         }
     }
     // The planes start at file offset 64, so their words are the file's.
-    out.fillChecksum = ComputeSfmChecksum(out.fill.data(), out.fill.size());
-    out.keyChecksum = withKey ? ComputeSfmChecksum(out.key.data(), out.key.size()) : 0;
+    out.fillChecksum = fillSum;
+    out.keyChecksum = withKey ? keySum : 0;
 }
 
 namespace {

@@ -132,6 +132,17 @@ TEST(SfmFile, TheWordWiseChecksumIsTheByteRule) {
         ByteRule byByte;
         for (uint8_t& b : bytes) byByte.Put(b = static_cast<uint8_t>(random()));
         EXPECT_EQ(ComputeSfmChecksum(bytes.data(), size), byByte.word()) << size;
+        // Cut anywhere, the parts' contributions XOR to the whole's.
+        for (int cuts = 1; cuts <= 4 && size > 0; ++cuts) {
+            std::vector<std::size_t> at{0, size};
+            for (int k = 0; k < cuts; ++k) at.push_back(random() % size);
+            std::sort(at.begin(), at.end());
+            uint32_t parts = 0;
+            for (std::size_t k = 0; k + 1 < at.size(); ++k) {
+                parts ^= SfmChecksumAt(at[k], &bytes[at[k]], at[k + 1] - at[k]);
+            }
+            EXPECT_EQ(parts, byByte.word()) << size << " in " << cuts + 1 << " parts";
+        }
     }
 }
 
