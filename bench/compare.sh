@@ -72,30 +72,34 @@ measure() {
 fresh() { rm -rf "$1"; mkdir -p "$1"; }
 
 declare -A times peaks
-record() {  # name, then the command
+record() {  # name, then the command; round 0 warms up and is not counted
   local name=$1; shift
   local result
   result=$(measure "$@")
+  [ "$round" -gt 0 ] || return 0
   times[$name]+="${result% *} "
   peaks[$name]=$(( ${peaks[$name]:-0} > ${result#* } ? ${peaks[$name]:-0} : ${result#* } ))
 }
 
 tga_out_mib=$(((60 * 5188864 + 1048575) / 1048576))  # fill and key of 30 pictures
-for round in $(seq 1 $rounds); do
-  fresh out; record fmconv_bmp "$fmconv" convert --quiet --from image --to sfm bmp out
+# Each command writes into its own place, emptied before it runs: some file
+# systems write into space just freed much faster than into new space, so
+# every command meets the space its own last round left.
+for round in $(seq 0 $rounds); do
+  fresh out_bmp; record fmconv_bmp "$fmconv" convert --quiet --from image --to sfm bmp out_bmp
   rm -f out.yuv; record ffmpeg_bmp ffmpeg -loglevel error -y -i bmp/p%03d.bmp \
     -vf scale=out_color_matrix=bt709:out_range=tv -pix_fmt yuv422p10le -f rawvideo out.yuv
-  rm -f one.bin; record floor_bmp sh -c 'cat bmp/*.bmp > one.bin'
+  rm -f one_bmp.bin; record floor_bmp sh -c 'cat bmp/*.bmp > one_bmp.bin'
 
-  fresh out; record fmconv_tga "$fmconv" convert --quiet --from image --to sfm tga out
-  rm -f one.bin; record floor_tga sh -c \
-    "cat tga/*.tga > /dev/null && dd if=/dev/zero of=one.bin bs=1M count=$tga_out_mib status=none"
+  fresh out_tga; record fmconv_tga "$fmconv" convert --quiet --from image --to sfm tga out_tga
+  rm -f one_tga.bin; record floor_tga sh -c \
+    "cat tga/*.tga > /dev/null && dd if=/dev/zero of=one_tga.bin bs=1M count=$tga_out_mib status=none"
 
   fresh sfa; record fmconv_sfa "$fmconv" convert --quiet --from sfm --to sfa \
     --sfa-format 1080i/59.94 "${channels[@]}" sfm sfa
-  rm -f one.bin; record floor_sfa sh -c 'cat sfa/*.SFA > one.bin'
+  rm -f one_sfa.bin; record floor_sfa sh -c 'cat sfa/*.SFA > one_sfa.bin'
 
-  fresh out; record fmconv_png "$fmconv" import --quiet --to sfm out png/*.png
+  fresh out_png; record fmconv_png "$fmconv" import --quiet --to sfm out_png png/*.png
   record library_png sh -c "\"$decode\" png/*.png"
 done
 
