@@ -98,14 +98,13 @@ TEST(Inspect, JsonLinesExitCodesAndUsage) {
         {{"preview", "-o", "a.png", "truncated"},
          1,
          "fmconv preview: truncated: size: the frame has 1111744 bytes, the file holds 1111548"},
-        {{"inspect", "--help"}, 0, ""},
     };
     for (const auto& c : usage) {
         r = RunFmconv(dir.path(), c.args);
         EXPECT_EQ(r.exitCode, c.exitCode) << c.args[0];
         EXPECT_EQ(r.errLines, c.errLine.empty() ? std::vector<std::string>{}
                                                 : std::vector<std::string>{c.errLine});
-        EXPECT_EQ(r.out.rfind("usage: fmconv " + c.args[0], 0), c.exitCode ? std::string::npos : 0);
+        EXPECT_EQ(r.out, "");
     }
 }
 

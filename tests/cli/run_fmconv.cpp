@@ -2,7 +2,6 @@
 
 #include <fcntl.h>
 #include <signal.h>
-#include <sys/resource.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -48,10 +47,6 @@ RunningFmconv::RunningFmconv(const std::string& workingDirectory,
     const int fds[3] = {::open(in.c_str(), O_RDONLY), ::open(out.c_str(), O_WRONLY),
                         ::open(err.c_str(), O_WRONLY)};
     for (int i = 0; i < 3; ++i) ::dup2(fds[i], i);
-    if (options.fileSizeLimit != 0) {
-        const rlimit limit{options.fileSizeLimit, options.fileSizeLimit};
-        ::setrlimit(RLIMIT_FSIZE, &limit);
-    }
     if (options.user && (::setgid(*options.user) != 0 || ::setuid(*options.user) != 0)) _exit(126);
     if (::chdir(workingDirectory.c_str()) != 0) _exit(126);
     sigset_t none;

@@ -23,7 +23,6 @@ struct ProcessResult {
 
 struct SpawnOptions {
     std::optional<uid_t> user;  // run as this user (the test must be the superuser)
-    uint64_t fileSizeLimit = 0;  // RLIMIT_FSIZE of the process, when not 0
 };
 
 // One fmconv process; args are passed as they stand (no shell), stdinText is

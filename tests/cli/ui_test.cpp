@@ -36,6 +36,10 @@ TEST(UiCommand, EveryLineIsOneJsonObject) {
     EXPECT_EQ(r.outLines[4], "{\"launch\": {\"command\": \"xdg-open DiskManagementGuide.pdf\"}}");
     EXPECT_EQ(r.outLines[5].rfind("{\"error\": ", 0), 0u);
     EXPECT_FALSE(FileExists(dir.File("ParvoClient.usr")));  // written on close only
+    // The same commands from a script file; a script that is not there is a usage error.
+    WriteText(dir.File("s.txt"), "dump\n");
+    EXPECT_EQ(RunFmconv(dir.path(), {"ui", "--script", dir.File("s.txt")}).outLines.size(), 1u);
+    EXPECT_EQ(RunFmconv(dir.path(), {"ui", "--script", dir.File("missing")}).exitCode, 2);
 }
 
 TEST(UiCommand, FoldersSelectionAndCounts) {
@@ -88,16 +92,6 @@ TEST(UiCommand, ARunStopsWhereCancelAfterSays) {
     EXPECT_TRUE(AnyLineHas(r.outLines, {"\"stdout\": \"fseek RGB = 18\\n\""}));
     EXPECT_TRUE(AnyLineHas(r.outLines, {"\"dest_list\": {\"items\": [\"MA.FMEM_001.SFM\", "
                                         "\"SA.FMEM_002.SFM\"]}"}));
-}
-
-TEST(UiCommand, UsageErrors) {
-    TempDir dir;
-    EXPECT_EQ(RunFmconv(dir.path(), {"ui", "--bogus"}).exitCode, 2);
-    EXPECT_EQ(RunFmconv(dir.path(), {"ui", "--script", dir.File("missing")}).exitCode, 2);
-    WriteText(dir.File("s.txt"), "dump\n");
-    const ProcessResult r = RunFmconv(dir.path(), {"ui", "--script", dir.File("s.txt")});
-    EXPECT_EQ(r.exitCode, 0);
-    EXPECT_EQ(r.outLines.size(), 1u);
 }
 
 }  // namespace

@@ -104,34 +104,25 @@ PictureFrame Varied(const FrameLayout& layout, unsigned seed) {
 
 // The checksum's plain rule, one byte at a time: byte i from offset 48 is
 // XORed into the word at bits 24 - 8 * (i mod 4).
-class ByteRule {
-  public:
-    void Put(uint8_t byte) {
-        word_ ^= static_cast<uint32_t>(byte) << (24 - 8 * phase_);
-        phase_ = (phase_ + 1) & 3;
-    }
-    uint32_t word() const { return word_; }
-
-  private:
-    uint32_t word_ = 0;
-    unsigned phase_ = 0;
-};
+uint32_t ByteRule(const uint8_t* bytes, std::size_t size) {
+    uint32_t word = 0;
+    for (std::size_t i = 0; i < size; ++i) word ^= uint32_t{bytes[i]} << (24 - 8 * (i % 4));
+    return word;
+}
 
 TEST(SfmFile, TheWordWiseChecksumIsTheByteRule) {
     for (int format = 1; format <= 4; ++format) {
         const auto file =
             Frame(format, Varied(*GetFrameLayout(format), 11), "MVARIED.FMEM_321.SFM");
-        ByteRule byByte;
-        for (std::size_t i = 48; i < file.size(); ++i) byByte.Put(file[i]);
-        EXPECT_EQ(ReadBe32(&file[36]), byByte.word()) << format;
+        EXPECT_EQ(ReadBe32(&file[36]), ByteRule(&file[48], file.size() - 48)) << format;
     }
     // Random bytes of lengths around the word-wise blocks, partial last words included.
     std::mt19937 random(3);
     for (std::size_t size : {0u, 1u, 3u, 4u, 11u, 31u, 32u, 33u, 63u, 65u, 1000u, 65541u}) {
         std::vector<uint8_t> bytes(size);
-        ByteRule byByte;
-        for (uint8_t& b : bytes) byByte.Put(b = static_cast<uint8_t>(random()));
-        EXPECT_EQ(ComputeSfmChecksum(bytes.data(), size), byByte.word()) << size;
+        for (uint8_t& b : bytes) b = static_cast<uint8_t>(random());
+        const uint32_t byByte = ByteRule(bytes.data(), size);
+        EXPECT_EQ(ComputeSfmChecksum(bytes.data(), size), byByte) << size;
         // Cut anywhere, the parts' contributions XOR to the whole's.
         for (int cuts = 1; cuts <= 4 && size > 0; ++cuts) {
             std::vector<std::size_t> at{0, size};
@@ -141,7 +132,7 @@ TEST(SfmFile, TheWordWiseChecksumIsTheByteRule) {
             for (std::size_t k = 0; k + 1 < at.size(); ++k) {
                 parts ^= SfmChecksumAt(at[k], &bytes[at[k]], at[k + 1] - at[k]);
             }
-            EXPECT_EQ(parts, byByte.word()) << size << " in " << cuts + 1 << " parts";
+            EXPECT_EQ(parts, byByte) << size << " in " << cuts + 1 << " parts";
         }
     }
 }

@@ -2,8 +2,6 @@
 
 #include <gtest/gtest.h>
 
-#include <filesystem>
-
 #include "support/temp_dir.h"
 
 namespace fmconv::platform {
@@ -26,10 +24,6 @@ TEST(ListDirectory, MatchesTheTextAfterTheLastDotIgnoringCase) {
     EXPECT_EQ(ListDirectory(dir.path(), "tiff"), (std::vector<std::string>{"b.tiff"}));
     EXPECT_EQ(ListDirectory(dir.path(), "bmp"), (std::vector<std::string>{"c.Bmp"}));
     EXPECT_TRUE(ListDirectory(dir.File("missing"), "tif").empty());
-}
-
-TEST(CurrentDirectory, IsTheProcessWorkingDirectory) {
-    EXPECT_EQ(CurrentDirectory(), std::filesystem::current_path().string());
 }
 
 }  // namespace
